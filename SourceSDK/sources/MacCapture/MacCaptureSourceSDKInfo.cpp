@@ -1,0 +1,47 @@
+#include "MacCaptureSourceSDKInfo.h"
+
+#include <alloca.h>
+#include <cstring>
+
+#include "MacSystemAudio/AudioPacket.h"
+
+namespace MC {
+
+MacCaptureSourceSDKInfo::MacCaptureSourceSDKInfo(std::unique_ptr<MacCaptureSource> captureSource)
+    : source(std::move(captureSource)) {}
+
+MacCaptureSourceSDKInfo::~MacCaptureSourceSDKInfo() {
+    // The window monitor that follows this source's window is stopped here
+    // once monitors exist; the source goes before the callbacks are cleared.
+    source.reset();
+    sourceChangedCallback = nullptr;
+    videoCallback = nullptr;
+    audioCallback = nullptr;
+}
+
+void MacCaptureSourceSDKInfo::ProcessAudioData(void* data, int size) {
+    WriteAudioPacketHeader(audioBuffer);
+    const int rounded = RoundToWholeFrames(size);
+    if (rounded != size || !captureAudio.load(std::memory_order_relaxed)) {
+        // A malformed packet and a muted source both become silence of the
+        // right length rather than a gap. The block lives on the stack: no
+        // allocation on the audio thread.
+        data = alloca(size_t(rounded > 0 ? rounded : 0) + 1);
+        std::memset(data, 0, size_t(rounded > 0 ? rounded : 0));
+    }
+    audioBuffer.dataBytes = uint32_t(rounded > 0 ? rounded : 0);
+    audioBuffer.data = data;
+    if (audioCallback && audioContext) audioCallback(audioContext, &audioBuffer);
+}
+
+void MacCaptureSourceSDKInfo::NotifySourceSettingsChanged() const {
+    if (sourceChangedCallback && sourceChangedContext)
+        sourceChangedCallback(sourceChangedContext, QCP_EVENT_SETTINGS_CHANGED);
+}
+
+void MacCaptureSourceSDKInfo::enableRegionCapture(const zRect* newRegion) {
+    captureMode = kCaptureRegion;
+    if (newRegion) region = *newRegion;
+}
+
+} // namespace MC

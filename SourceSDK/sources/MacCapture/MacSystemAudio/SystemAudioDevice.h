@@ -1,0 +1,39 @@
+#pragma once
+#include <memory>
+
+#include "QCP_API.h"
+#include "SystemAudioReceiver.h"
+
+namespace MC {
+
+// The plug-in side of the "pc-audio-capture" device: wraps each packet of
+// system audio in a QCP_AudioBuffer and hands it to the host's callback.
+class SystemAudioDevice {
+public:
+    static constexpr const char* kSystemAudioDeviceID = QCP_AUDIO_DEVICE_ID;
+    static constexpr const char* kSystemAudioSourceID = QCP_AUDIO_SOURCE_ID;
+
+    class TPrivate final : public SystemAudioReceiver {
+    public:
+        void ProcessAudioData(void* data, int size) override;
+
+        QCP_AudioDataCallback callback = nullptr;
+        void* userData = nullptr;
+        QCP_AudioBuffer buffer{};
+    };
+
+    SystemAudioDevice();
+    // Does not unregister from the audio driver: the owner registers a null
+    // callback first.
+    ~SystemAudioDevice();
+
+    // A callback with a null user data clears the registration, deliberately.
+    void RegisterAudioDataCallback(QCP_AudioDataCallback callback, void* userData);
+
+    TPrivate& Private() { return *fPrivate; }
+
+private:
+    std::unique_ptr<TPrivate> fPrivate;
+};
+
+} // namespace MC

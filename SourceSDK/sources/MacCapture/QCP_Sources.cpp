@@ -1,0 +1,125 @@
+// Sources of the two devices: enumeration, creation, removal, callbacks.
+#include <cstring>
+
+#include "CommonSDKVariables.h"
+#include "EntryPointSupport.h"
+#include "PluginGlobals.h"
+#include "QCP_API.h"
+
+using qcp::IsAudioDevice;
+using qcp::Key;
+
+namespace {
+constexpr const char* kAudioDeviceNameKey = "obr_system_audio_name";
+}
+
+extern "C" {
+
+uint32_t QCP_GetSourceCount(const char* deviceId) {
+    return qcp::Guarded(__func__, 0u, [&] {
+        return IsAudioDevice(deviceId) ? 1u : uint32_t(g_pMacCaptureManager->sourceCount());
+    });
+}
+
+void QCP_GetSourceId(const char* deviceId, uint32_t index, char* buffer, uint32_t* length) {
+    qcp::Guarded(__func__, [&] {
+        if (IsAudioDevice(deviceId)) return qcp::CopyOut(QCP_AUDIO_SOURCE_ID, buffer, length);
+        // An index out of range is a caller error; it writes nothing.
+        if (MC::MacCaptureSource* source = g_pMacCaptureManager->getSource(index))
+            qcp::CopyOut(source->sourceID(), buffer, length);
+    });
+}
+
+void QCP_GetSourceDisplayName(const char* deviceId, const char* sourceId, const char*, char* buffer,
+                              uint32_t* length) {
+    qcp::Guarded(__func__, [&] {
+        if (IsAudioDevice(deviceId)) {
+            const char* name = CSDK::TranslateString(kAudioDeviceNameKey);
+            return qcp::CopyOut(name ? name : "", buffer, length);
+        }
+        if (MC::MacCaptureSource* source = g_pMacCaptureManager->getSource(Key(sourceId)))
+            qcp::CopyOut(source->sourceName(), buffer, length);
+    });
+}
+
+uint32_t QCP_GetSourceState(const char* deviceId, const char* sourceId) {
+    return qcp::Guarded(__func__, uint32_t(QCP_SOURCE_STATE_UNKNOWN), [&]() -> uint32_t {
+        if (IsAudioDevice(deviceId) || g_pMacCaptureManager->getSource(Key(sourceId)))
+            return QCP_SOURCE_STATE_EXISTS;
+        return QCP_SOURCE_STATE_UNKNOWN;
+    });
+}
+
+int QCP_CreateSource(const char*, char** outSourceId) {
+    return qcp::Guarded(__func__, 0, [&] {
+        MC::MacCaptureSource* source = g_pMacCaptureManager->addSource({}, {});
+        if (!source) return 0;
+        const std::string& id = source->sourceID();
+        char* copy = new char[id.size() + 1];
+        std::memcpy(copy, id.data(), id.size());
+        copy[id.size()] = '\0';
+        if (outSourceId)
+            *outSourceId = copy;
+        else
+            delete[] copy;
+        return 1;
+    });
+}
+
+int QCP_CreateNamedSource(const char*, const char* sourceId) {
+    return qcp::Guarded(__func__, 0, [&] { return g_pMacCaptureManager->addSource(Key(sourceId), {}) ? 1 : 0; });
+}
+
+void QCP_DeleteString(char* text) { delete[] text; }
+
+int QCP_RemoveSource(const char*, const char* sourceId) {
+    return qcp::Guarded(__func__, 0, [&] { return g_pMacCaptureManager->removeSource(Key(sourceId)) ? 1 : 0; });
+}
+
+void QCP_RegisterSourceChangedCallback(const char* deviceId, const char* sourceId,
+                                       QCP_SourceChangedCallback callback, void* context) {
+    qcp::Guarded(__func__, [&] {
+        if (!IsAudioDevice(deviceId)) g_pMacCaptureManager->registerNotifySourceChange(Key(sourceId), callback, context);
+    });
+}
+
+void QCP_RegisterVideoDataArrivedCallback(const char*, const char* sourceId, QCP_VideoDataCallback callback,
+                                          void* context) {
+    // No audio branch: the audio device's source id names no screen source.
+    qcp::Guarded(__func__, [&] { g_pMacCaptureManager->registerVideoCallback(Key(sourceId), callback, context); });
+}
+
+void QCP_RegisterAudioDataArrivedCallback(const char* deviceId, const char* sourceId, QCP_AudioDataCallback callback,
+                                          void* context) {
+    qcp::Guarded(__func__, [&] {
+        if (IsAudioDevice(deviceId)) {
+            // The driver manager's check for the capture driver, with its
+            // prompt to install it, comes first once it exists.
+            g_MacSystemAudioCapture->RegisterAudioDataCallback(callback, context);
+        } else {
+            g_pMacCaptureManager->registerAudioCallback(Key(sourceId), callback, context);
+        }
+    });
+}
+
+int QCP_ShowCustomConfigDialog(const char* deviceId, const char*, int) {
+    // The screen device's selection dialog (an inventory refresh, then the
+    // display, window or game chooser) is shown here once it exists.
+    (void)deviceId;
+    return 1;
+}
+
+void QCP_QueryParameterOptions(const char*, const char*, const char*, const char*, uint32_t* count) {
+    if (count) *count = 0;
+}
+
+int QCP_SourceSupportsProperty(const char* deviceId, const char*, const char* property) {
+    if (!property) return 0;
+    const std::string_view name = property;
+    if (IsAudioDevice(deviceId)) return name == "ProvidesAudio" || name == "NumChannels";
+    return name == "ProvidesVideo" || name == "ProvidesAudio";
+}
+
+int QCP_GetVisibleParameters(const char* deviceId) { return IsAudioDevice(deviceId) ? 0 : 1; }
+
+} // extern "C"

@@ -1,0 +1,24 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+// Growable byte buffer: the serialised text of a record waits here between a
+// host's size query and its fill.
+class zBuffer {
+public:
+    void Append(const void* data, size_t size) {
+        auto* bytes = static_cast<const uint8_t*>(data);
+        fBytes.insert(fBytes.end(), bytes, bytes + size);
+    }
+    void Append(std::string_view text) { Append(text.data(), text.size()); }
+    void Clear() { fBytes.clear(); }
+    const uint8_t* Data() const { return fBytes.data(); }
+    size_t Size() const { return fBytes.size(); }
+    bool Empty() const { return fBytes.empty(); }
+    std::string_view View() const { return {reinterpret_cast<const char*>(fBytes.data()), fBytes.size()}; }
+
+private:
+    std::vector<uint8_t> fBytes;
+};

@@ -1,0 +1,87 @@
+#include "zQueue.h"
+
+#include <algorithm>
+
+#include "zThread.h"
+
+namespace {
+bool Later(const auto& a, const auto& b) { return a.due != b.due ? a.due > b.due : a.order > b.order; }
+} // namespace
+
+zQueue::zQueue(std::string label) : fLabel(std::move(label)), fThread([this] { Run(); }) {}
+
+zQueue::~zQueue() {
+    {
+        std::lock_guard lock(fMutex);
+        fStopping = true;
+    }
+    fWake.notify_all();
+    if (fThread.joinable()) fThread.join();
+}
+
+void zQueue::Async(Work work) {
+    {
+        std::lock_guard lock(fMutex);
+        fReady.push_back(std::move(work));
+    }
+    fWake.notify_one();
+}
+
+void zQueue::Sync(const Work& work) {
+    if (IsCurrent()) {
+        work();
+        return;
+    }
+    std::mutex doneMutex;
+    std::condition_variable doneCondition;
+    bool done = false;
+    Async([&] {
+        work();
+        std::lock_guard lock(doneMutex);
+        done = true;
+        doneCondition.notify_one();
+    });
+    std::unique_lock lock(doneMutex);
+    doneCondition.wait(lock, [&] { return done; });
+}
+
+void zQueue::After(int64_t micros, Work work) {
+    auto due = std::chrono::steady_clock::now() + std::chrono::microseconds(std::max<int64_t>(micros, 0));
+    {
+        std::lock_guard lock(fMutex);
+        fDelayed.push_back({due, fNextOrder++, std::move(work)});
+        std::push_heap(fDelayed.begin(), fDelayed.end(), Later<Delayed>);
+    }
+    fWake.notify_one();
+}
+
+void zQueue::Run() {
+    zThread::NameCurrent(fLabel);
+    std::unique_lock lock(fMutex);
+    for (;;) {
+        auto now = std::chrono::steady_clock::now();
+        while (!fDelayed.empty() && fDelayed.front().due <= now) {
+            std::pop_heap(fDelayed.begin(), fDelayed.end(), Later<Delayed>);
+            fReady.push_back(std::move(fDelayed.back().work));
+            fDelayed.pop_back();
+        }
+        if (!fReady.empty()) {
+            Work work = std::move(fReady.front());
+            fReady.pop_front();
+            lock.unlock();
+            work();
+            lock.lock();
+            continue;
+        }
+        if (fStopping) return;
+        if (fDelayed.empty())
+            fWake.wait(lock);
+        else
+            fWake.wait_until(lock, fDelayed.front().due);
+    }
+}
+
+zQueue& zQueue::Main() {
+    static zQueue mainQueue("main");
+    return mainQueue;
+}

@@ -1,0 +1,52 @@
+#pragma once
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+// A serial work queue on its own named thread: work items run one at a time
+// in submission order (delayed items when their time comes).
+class zQueue {
+public:
+    using Work = std::function<void()>;
+
+    explicit zQueue(std::string label);
+    // Runs the items already submitted, drops delayed items not yet due, joins.
+    ~zQueue();
+    zQueue(const zQueue&) = delete;
+    zQueue& operator=(const zQueue&) = delete;
+
+    void Async(Work work);
+    // Runs `work` on the queue and waits for it; runs it inline when called
+    // from the queue's own thread, where waiting would deadlock.
+    void Sync(const Work& work);
+    void After(int64_t micros, Work work);
+
+    bool IsCurrent() const { return std::this_thread::get_id() == fThread.get_id(); }
+    const std::string& Label() const { return fLabel; }
+
+    // The process's main queue: the thread that runs dialogs and alerts.
+    static zQueue& Main();
+
+private:
+    struct Delayed {
+        std::chrono::steady_clock::time_point due;
+        uint64_t order;
+        Work work;
+    };
+    void Run();
+
+    std::string fLabel;
+    std::mutex fMutex;
+    std::condition_variable fWake;
+    std::deque<Work> fReady;
+    std::vector<Delayed> fDelayed; // a heap ordered by due time, then submission
+    uint64_t fNextOrder = 0;
+    bool fStopping = false;
+    std::thread fThread;
+};

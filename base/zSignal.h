@@ -1,0 +1,25 @@
+#pragma once
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+// A manual-reset event. Wait() tells a raised signal from a time-out, so a
+// polling thread can sleep between polls and still stop at once.
+class zSignal {
+public:
+    enum class WaitResult { Signalled, TimedOut };
+
+    static std::unique_ptr<zSignal> Factory() { return std::make_unique<zSignal>(); }
+
+    void Raise();
+    void Reset();
+    bool IsRaised() const;
+    // Waits up to `micros` microseconds (negative: forever).
+    WaitResult Wait(int64_t micros);
+
+private:
+    mutable std::mutex fMutex;
+    std::condition_variable fCondition;
+    bool fRaised = false;
+};

@@ -1,0 +1,30 @@
+#pragma once
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+// The user-facing log: messages a user may read (level 0 information,
+// level 1 error). Keeps a bounded history and echoes it as zLogOutput says.
+class zUserLogHistory {
+public:
+    struct Entry {
+        int level;
+        std::string text;
+    };
+    static constexpr size_t kHistoryLimit = 512;
+
+    static std::shared_ptr<zUserLogHistory> Default();
+
+    // The template to format for a message template. Messages are English
+    // sentences; no conversion is needed, so the template stands as given.
+    const std::string& Convert(const std::string& messageTemplate) const { return messageTemplate; }
+    void Add(int level, std::string text);
+    std::vector<Entry> Entries() const;
+    void Clear();
+
+private:
+    mutable std::mutex fMutex;
+    std::deque<Entry> fEntries;
+};

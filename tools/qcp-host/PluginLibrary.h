@@ -1,0 +1,29 @@
+#pragma once
+#include <stdexcept>
+#include <string>
+
+#include "QCP_API.h"
+
+namespace qcphost {
+
+// The plug-in loaded with dlopen and the entry points the host calls.
+class PluginLibrary {
+public:
+    // Throws std::runtime_error when the library or an entry point is missing.
+    explicit PluginLibrary(const std::string& path);
+    ~PluginLibrary();
+    PluginLibrary(const PluginLibrary&) = delete;
+    PluginLibrary& operator=(const PluginLibrary&) = delete;
+
+    // The plug-in next to the running executable, unless QCP_PLUGIN names one.
+    static std::string DefaultPath();
+
+#define QCP_HOST_ENTRY(name) decltype(&::name) name = nullptr;
+#include "PluginEntries.inc"
+#undef QCP_HOST_ENTRY
+
+private:
+    void* fHandle = nullptr;
+};
+
+} // namespace qcphost
