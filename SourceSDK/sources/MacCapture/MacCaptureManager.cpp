@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "CaptureWindowMonitor.h"
 #include "CommonSDKVariables.h"
 #include "zIDGenerator.h"
 
@@ -19,9 +20,11 @@ std::string Translated(const char* key) {
 MacCaptureManager::MacCaptureManager() = default;
 
 MacCaptureManager::~MacCaptureManager() {
-    // Window monitors, an open selection dialog and running sources are
-    // stopped here as those parts join; the records go in creation order.
+    _CaptureWindowMonitor::StopAll();
+    // An open selection dialog is cancelled here once dialogs exist.
+    stopAllSources();
     fSourcesByID.clear();
+    for (auto& record : fSourcesInOrder) record.reset();
     fSourcesInOrder.clear();
 }
 
@@ -143,6 +146,32 @@ void MacCaptureManager::setWindowCaptureFullscreen(const std::string& id, bool f
 bool MacCaptureManager::getWindowCaptureFullscreen(const std::string& id) const {
     auto* info = _GetCaptureSDKInfo(id);
     return info && info->windowCaptureFullscreen;
+}
+
+void MacCaptureManager::startSource(const std::string& id) {
+    if (MacCaptureSource* source = getSource(id)) source->start();
+}
+
+void MacCaptureManager::stopSource(const std::string& id) {
+    if (MacCaptureSource* source = getSource(id)) source->stop();
+}
+
+void MacCaptureManager::stopAllSources() {
+    for (auto& record : fSourcesInOrder) record->source->stop();
+}
+
+void MacCaptureManager::startCaptureMonitorForSourceID(const std::string& id, const std::string& windowTitle,
+                                                       const std::string& appName) {
+    _CaptureWindowMonitor::Start(*this, id, windowTitle, appName);
+}
+
+void MacCaptureManager::stopCaptureMonitorForSourceID(const std::string& id) {
+    _CaptureWindowMonitor::StopMonitorThreadForSourceID(id);
+}
+
+bool MacCaptureManager::getCaptureMonitorAppWindowForSourceID(const std::string& id, std::string* appName,
+                                                              std::string* windowTitle) const {
+    return _CaptureWindowMonitor::FindAppWindow(id, appName, windowTitle);
 }
 
 void MacCaptureManager::registerNotifySourceChange(const std::string& id, QCP_SourceChangedCallback callback,

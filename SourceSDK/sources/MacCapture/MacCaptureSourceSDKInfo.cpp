@@ -3,6 +3,7 @@
 #include <alloca.h>
 #include <cstring>
 
+#include "CaptureWindowMonitor.h"
 #include "MacSystemAudio/AudioPacket.h"
 
 namespace MC {
@@ -11,8 +12,7 @@ MacCaptureSourceSDKInfo::MacCaptureSourceSDKInfo(std::unique_ptr<MacCaptureSourc
     : source(std::move(captureSource)) {}
 
 MacCaptureSourceSDKInfo::~MacCaptureSourceSDKInfo() {
-    // The window monitor that follows this source's window is stopped here
-    // once monitors exist; the source goes before the callbacks are cleared.
+    _CaptureWindowMonitor::StopMonitorThreadForSourceID(source->sourceID());
     source.reset();
     sourceChangedCallback = nullptr;
     videoCallback = nullptr;

@@ -1,20 +1,93 @@
-// Named questions about a device or source, answered through a host callback.
+// Named questions about a device or source, answered through a host callback
+// with a typed value that is valid only during the call.
 #include <cstdint>
+#include <cstdio>
+#include <string>
 #include <string_view>
 
 #include "EntryPointSupport.h"
+#include "MacCaptureWindowManager.h"
+#include "PluginGlobals.h"
 #include "QCP_API.h"
+#include "zXML.h"
 
 namespace {
+
 void AnswerInt(void* context, QCP_PropertyCallback callback, int32_t value) {
     callback(context, QCP_PROPERTY_INT32, &value);
 }
+
+void AnswerText(void* context, QCP_PropertyCallback callback, const std::string& text) {
+    callback(context, QCP_PROPERTY_TEXT, const_cast<char*>(text.c_str()));
+}
+
+// The applications and their windows, as the "apps" record.
+bool AppsAndWindowsXml(std::string& xml) {
+    zRecord apps("apps");
+    MC::MacCaptureWindowManager::lockRefresh();
+    MC::MacCaptureWindowManager::refreshLists();
+    std::vector<MC::MacCaptureApplication*> applications;
+    MC::MacCaptureWindowManager::getApplicationList(applications);
+    apps.SetUInt32("count", uint32_t(applications.size()));
+    for (const MC::MacCaptureApplication* application : applications) {
+        char appID[32];
+        std::snprintf(appID, sizeof appID, "pid %i", application->pid);
+        zRecord& app = apps.AddChild("app");
+        app.SetText("name", application->name);
+        app.SetText("id", appID);
+        app.SetUInt32("windows", uint32_t(application->windows.size()));
+        for (const auto& window : application->windows) {
+            zRecord& entry = app.AddChild("window");
+            entry.SetText("name", window->name);
+            entry.SetText("id", std::string(appID) + ", window " + std::to_string(window->windowID));
+        }
+    }
+    MC::MacCaptureWindowManager::unlockRefresh();
+    zBuffer buffer;
+    if (!zXML::RecordToBuffer(apps, buffer)) return false;
+    xml.assign(buffer.View());
+    return true;
+}
+
+// How the source captures: "Fullscreen", "Screen Region", "Window" or "Game".
+bool Subtype(const std::string& id, std::string& text) {
+    MC::MacCaptureManager& manager = *g_pMacCaptureManager;
+    switch (manager.getCaptureType(id)) {
+    case MC::kCaptureDisplay:
+        if (manager.getCaptureMode(id) == MC::kCaptureWholeDisplay) text = "Fullscreen";
+        if (manager.getCaptureMode(id) == MC::kCaptureRegion) text = "Screen Region";
+        return !text.empty();
+    case MC::kCaptureWindow: text = "Window"; return true;
+    case MC::kCaptureGame: text = "Game"; return true;
+    default: return false;
+    }
+}
+
+// The captured application (for window and game sources) and whether system
+// audio is on.
+bool TertiaryType(const std::string& id, std::string& text) {
+    constexpr const char* kAudio = "System Audio Enabled";
+    MC::MacCaptureManager& manager = *g_pMacCaptureManager;
+    const bool audio = manager.isCapturingAudio(id);
+    const int32_t type = manager.getCaptureType(id);
+    if (type != MC::kCaptureWindow && type != MC::kCaptureGame) {
+        text = audio ? kAudio : "";
+        return true;
+    }
+    MC::MacCaptureWindowManager::lockRefresh();
+    MC::MacCaptureWindow* window = manager.getCaptureWindow(id);
+    const bool answered = window && window->application;
+    if (answered) text = window->application->name + (audio ? std::string(", ") + kAudio : std::string());
+    MC::MacCaptureWindowManager::unlockRefresh();
+    return answered;
+}
+
 } // namespace
 
 extern "C" {
 
 int QCP_GetProperty(void* context, QCP_PropertyCallback callback, const char* property, const char* deviceId,
-                    const char*) {
+                    const char* sourceId) {
     return qcp::Guarded(__func__, 0, [&] {
         if (!callback || !property) return 0;
         const std::string_view name = property;
@@ -26,9 +99,18 @@ int QCP_GetProperty(void* context, QCP_PropertyCallback callback, const char* pr
             AnswerInt(context, callback, 2);
             return 1;
         }
-        // The application-and-window list and the analytics texts are
-        // answered once the inventory and the settings record exist.
-        return 0;
+        std::string text;
+        if (name == "ScreenCaptureAppsAndWindows") {
+            if (!AppsAndWindowsXml(text)) return 0;
+            AnswerText(context, callback, text);
+            return 1;
+        }
+        if (qcp::IsAudioDevice(deviceId) || !sourceId || !g_pMacCaptureManager->_GetCaptureSDKInfo(sourceId))
+            return 0;
+        const bool answered = (name == "analytics_subtype" && Subtype(sourceId, text)) ||
+                              (name == "analytics_tertiary_type" && TertiaryType(sourceId, text));
+        if (answered) AnswerText(context, callback, text);
+        return answered ? 1 : 0;
     });
 }
 
