@@ -1,12 +1,17 @@
 #include "zIDGenerator.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <mutex>
 #include <random>
 
 std::string zIDGenerator::GenerateUUID() {
     static std::mutex mutex;
-    static std::mt19937_64 engine{std::random_device{}()};
+    static std::mt19937_64 engine = [] {
+        std::random_device device;
+        std::seed_seq seed{device(), device(), device(), device(), device(), device(), device(), device()};
+        return std::mt19937_64(seed);
+    }();
     uint64_t high, low;
     {
         std::lock_guard lock(mutex);

@@ -4,9 +4,10 @@
 
 #include "zThread.h"
 
-namespace {
-bool Later(const auto& a, const auto& b) { return a.due != b.due ? a.due > b.due : a.order > b.order; }
-} // namespace
+bool zQueue::Delayed::operator<(const Delayed& other) const {
+    // std::push_heap keeps the largest on top: the earliest due, then the first submitted.
+    return due != other.due ? due > other.due : order > other.order;
+}
 
 zQueue::zQueue(std::string label) : fLabel(std::move(label)), fThread([this] { Run(); }) {}
 
@@ -50,7 +51,7 @@ void zQueue::After(int64_t micros, Work work) {
     {
         std::lock_guard lock(fMutex);
         fDelayed.push_back({due, fNextOrder++, std::move(work)});
-        std::push_heap(fDelayed.begin(), fDelayed.end(), Later<Delayed>);
+        std::push_heap(fDelayed.begin(), fDelayed.end());
     }
     fWake.notify_one();
 }
@@ -61,7 +62,7 @@ void zQueue::Run() {
     for (;;) {
         auto now = std::chrono::steady_clock::now();
         while (!fDelayed.empty() && fDelayed.front().due <= now) {
-            std::pop_heap(fDelayed.begin(), fDelayed.end(), Later<Delayed>);
+            std::pop_heap(fDelayed.begin(), fDelayed.end());
             fReady.push_back(std::move(fDelayed.back().work));
             fDelayed.pop_back();
         }
@@ -74,10 +75,12 @@ void zQueue::Run() {
             continue;
         }
         if (fStopping) return;
-        if (fDelayed.empty())
+        if (fDelayed.empty()) {
             fWake.wait(lock);
-        else
-            fWake.wait_until(lock, fDelayed.front().due);
+        } else {
+            const auto due = fDelayed.front().due; // the vector may grow while waiting
+            fWake.wait_until(lock, due);
+        }
     }
 }
 

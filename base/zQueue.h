@@ -38,6 +38,7 @@ private:
         std::chrono::steady_clock::time_point due;
         uint64_t order;
         Work work;
+        bool operator<(const Delayed& other) const;
     };
     void Run();
 

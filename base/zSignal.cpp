@@ -3,10 +3,10 @@
 #include <chrono>
 
 void zSignal::Raise() {
-    {
-        std::lock_guard lock(fMutex);
-        fRaised = true;
-    }
+    // Notify under the lock: a waiter may destroy the signal as soon as its
+    // wait returns.
+    std::lock_guard lock(fMutex);
+    fRaised = true;
     fCondition.notify_all();
 }
 
@@ -22,7 +22,10 @@ bool zSignal::IsRaised() const {
 
 zSignal::WaitResult zSignal::Wait(int64_t micros) {
     std::unique_lock lock(fMutex);
-    if (micros < 0) {
+    // Waits beyond any real need (here about 31 years) are waits forever,
+    // which also keeps the deadline arithmetic from overflowing.
+    constexpr int64_t kForever = 1'000'000'000'000'000;
+    if (micros < 0 || micros > kForever) {
         fCondition.wait(lock, [this] { return fRaised; });
         return WaitResult::Signalled;
     }

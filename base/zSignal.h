@@ -15,7 +15,7 @@ public:
     void Raise();
     void Reset();
     bool IsRaised() const;
-    // Waits up to `micros` microseconds (negative: forever).
+    // Waits up to `micros` microseconds (negative or immense: forever).
     WaitResult Wait(int64_t micros);
 
 private:

@@ -13,7 +13,11 @@ zThread::zThread(std::string name, zThreadMain& body) : fName(std::move(name)) {
     });
 }
 
-zThread::~zThread() { Join(); }
+zThread::~zThread() {
+    Join();
+    // Destroyed by its own thread: it cannot wait for itself, so let it finish.
+    if (fThread.joinable()) fThread.detach();
+}
 
 void zThread::Join() {
     if (fThread.joinable() && !IsCurrent()) fThread.join();

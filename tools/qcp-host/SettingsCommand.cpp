@@ -1,0 +1,57 @@
+// `qcp-host settings get|set SOURCE [XML | @FILE]`: a source's settings record.
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "Commands.h"
+
+namespace qcphost {
+namespace {
+
+bool ReadXml(const std::string& argument, std::string& xml) {
+    if (argument.empty() || argument[0] != '@') {
+        xml = argument;
+        return true;
+    }
+    std::ifstream file(argument.substr(1), std::ios::binary);
+    if (!file) return false;
+    std::ostringstream text;
+    text << file.rdbuf();
+    xml = text.str();
+    return true;
+}
+
+void PrintSettings(PluginLibrary& plugin, const std::string& source) {
+    uint32_t length = 0;
+    plugin.QCP_GetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), nullptr, &length);
+    std::string xml(length, '\0');
+    plugin.QCP_GetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), xml.data(), &length);
+    std::fwrite(xml.data(), 1, xml.size(), stdout);
+    if (!xml.empty() && xml.back() != '\n') std::fputc('\n', stdout);
+}
+
+} // namespace
+
+int SettingsCommand(PluginLibrary& plugin, const std::vector<std::string>& args) {
+    const bool get = args.size() == 2 && args[0] == "get";
+    const bool set = args.size() == 3 && args[0] == "set";
+    if (!get && !set) {
+        std::fprintf(stderr, "qcp-host: usage: settings get SOURCE | settings set SOURCE XML|@FILE\n");
+        return 2;
+    }
+    const std::string& source = args[1];
+    // Every run of the host starts with an empty registry: make the source.
+    plugin.QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, source.c_str());
+    if (set) {
+        std::string xml;
+        if (!ReadXml(args[2], xml)) {
+            std::fprintf(stderr, "qcp-host: cannot read %s\n", args[2].c_str() + 1);
+            return 1;
+        }
+        plugin.QCP_SetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), xml.c_str());
+    }
+    PrintSettings(plugin, source);
+    return 0;
+}
+
+} // namespace qcphost
