@@ -10,6 +10,14 @@ public:
     void Release() const {
         if (fCount.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
     }
+    // Retains unless the last reference is already gone (the object is being
+    // destroyed): for look-ups in registries that do not own their objects.
+    bool TryRetain() const {
+        int32_t count = fCount.load(std::memory_order_relaxed);
+        while (count > 0)
+            if (fCount.compare_exchange_weak(count, count + 1, std::memory_order_acq_rel)) return true;
+        return false;
+    }
     int32_t RetainCount() const { return fCount.load(std::memory_order_relaxed); }
 
 protected:

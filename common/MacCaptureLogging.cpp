@@ -3,19 +3,20 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <memory>
+#include <unordered_map>
 
 #include "LogCount.h"
 #include "zCritical.h"
 
 namespace MC {
 namespace {
-// The sink's state; every field is guarded by gLogMutex.
+// The sink's state; every field but the lock itself is guarded by g_logMutex.
 std::unique_ptr<zCritical> g_logMutex;
 LogCallback _log = nullptr;
 void* pLogContext = nullptr;
-std::unique_ptr<std::map<std::string, LogCount>> g_pLogTable;
+// Present only while a sink is installed.
+std::unique_ptr<std::unordered_map<std::string, LogCount>> g_pLogTable;
 int32_t g_maxLogCount = 0;
 int32_t g_minLogCount = 0;
 int32_t g_netLogCount = 0;
@@ -42,7 +43,7 @@ void setLog(LogCallback callback, void* context, int max, int min) {
     zLocker lock(*g_logMutex);
     g_pLogTable.reset();
     if (callback && context) {
-        g_pLogTable = std::make_unique<std::map<std::string, LogCount>>();
+        g_pLogTable = std::make_unique<std::unordered_map<std::string, LogCount>>();
         _log = callback;
         pLogContext = context;
         g_maxLogCount = max;
@@ -56,6 +57,7 @@ void setLog(LogCallback callback, void* context, int max, int min) {
 }
 
 void _aux_log(int level, int line, const char* file, const char* format, ...) {
+    // Call sites keep messages short; a longer one is truncated to 511 bytes.
     char message[512];
     va_list args;
     va_start(args, format);
@@ -63,7 +65,7 @@ void _aux_log(int level, int line, const char* file, const char* format, ...) {
     va_end(args);
     const std::string key = LocationKey(file, line);
 
-    if (!g_logMutex) return;
+    if (!g_logMutex) return; // before initialisation or after shutdown
     zLocker lock(*g_logMutex);
     if (!g_pLogTable) return;
     LogCount& record = (*g_pLogTable)[key];

@@ -27,7 +27,8 @@ void setLog(LogCallback callback, void* context, int max, int min);
 // Logs one message from a call site. Messages longer than 511 bytes are cut.
 void _aux_log(int level, int line, const char* file, const char* format, ...) __attribute__((format(printf, 4, 5)));
 
-// Forwards ready-made text at levels -1 and -2 only, unthinned.
+// Forwards ready-made text at levels -1 and -2 only: no lock, no thinning,
+// nothing at all while no sink is installed.
 void UserLog(int level, const std::string& text);
 
 } // namespace MC

@@ -1,6 +1,7 @@
 #pragma once
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <exception>
 #include <memory>
 #include <stdexcept>

@@ -5,19 +5,31 @@
 
 namespace qcp::platform {
 
-// Pixel work on surfaces, all premultiplied alpha: copies, and drawing a
-// picture over a surface with source-over blending (one, one minus source
-// alpha). Runs on the caller's thread; the caller holds neither surface's
-// lock.
+// Pixel work on surfaces, all in premultiplied alpha: copying a captured
+// frame into the output surface and drawing a picture (the cursor, a window
+// image) over a surface. On macOS the first is a textured quad into an
+// IOSurface-backed framebuffer and the second a bitmap-context or OpenGL
+// draw; elsewhere CpuCompositor (cpu/CpuCompositor.h) follows the same
+// steps on the CPU, and every platform may use it.
+//
+// Runs on the caller's thread (a source's render queue or a display-link
+// thread); the core serialises calls per surface. The caller holds neither
+// surface's lock: the compositor takes them itself, source before target.
+// The core has checked the geometry: both surfaces exist, are distinct, and
+// have pixels of 4 bytes.
 class Compositor {
 public:
     virtual ~Compositor() = default;
-    // Copies the pixels of `source` into `target`, which has the same width
-    // and height.
+    // Replaces the pixels of `target` with those of `source`, which has the
+    // same width and height (rows may differ in length). Where they do not
+    // (a caller's mistake), only the common top-left part is copied.
     virtual void copySurface(const Surface& source, Surface& target) = 0;
-    // Draws `image` scaled into `where`, given in the target's pixels with
-    // the origin at its top-left, y down; parts outside the target are
-    // clipped.
+    // Draws `image` scaled to fill `where` over the target with source-over
+    // blending (one, one minus source alpha). `where` is in the target's
+    // pixels with the origin at its top-left corner, y down; parts outside
+    // the target are clipped, and nothing is drawn for an empty `where` or
+    // image. The bitmap-context draw of macOS measures from the bottom-left;
+    // the caller flips.
     virtual void drawImage(Surface& target, const Image& image, const Rect& where) = 0;
 };
 

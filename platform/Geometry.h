@@ -2,11 +2,13 @@
 
 namespace qcp::platform {
 
-// A point and a rectangle in points, as doubles. Which coordinate space they
-// are in is stated by each seam that uses them.
+// A point and a rectangle in points, as doubles, the way the macOS calls pass
+// them (NSPoint, CGRect). Which coordinate space a value is in is stated by
+// each seam that uses it; these types do not convert.
 struct Point {
     double x = 0;
     double y = 0;
+    friend bool operator==(const Point&, const Point&) = default;
 };
 
 struct Rect {
@@ -14,15 +16,18 @@ struct Rect {
     double y = 0;
     double width = 0;
     double height = 0;
+    friend bool operator==(const Rect&, const Rect&) = default;
 
     double MaxX() const { return x + width; }
     double MaxY() const { return y + height; }
+    // Half-open on the far edges, as NSMouseInRect is for an unflipped view.
     bool Contains(Point p) const { return p.x >= x && p.x < MaxX() && p.y >= y && p.y < MaxY(); }
+    // True when both are non-empty and share some area (CGRectIntersectsRect).
     bool Intersects(const Rect& o) const {
         return width > 0 && height > 0 && o.width > 0 && o.height > 0 && x < o.MaxX() && o.x < MaxX() &&
                y < o.MaxY() && o.y < MaxY();
     }
-    // The overlap of two rectangles; empty (zero-sized) when they do not meet.
+    // The overlap of two rectangles; all zero when they do not meet.
     Rect Intersection(const Rect& o) const;
 };
 

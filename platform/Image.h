@@ -1,16 +1,26 @@
 #pragma once
+#include <cassert>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 namespace qcp::platform {
 
-// An immutable still picture: 32-bit pixels, premultiplied alpha, B G R A in
-// memory (little-endian ARGB), rows of `bytesPerRow` bytes.
+// An immutable still picture (what CGImage is on macOS): 32-bit pixels with
+// premultiplied alpha, stored B, G, R, A in memory (little-endian ARGB, the
+// layout of kPixelFormatBGRA), rows of `bytesPerRow` bytes from the top row
+// down. Shared between threads freely: nothing in it changes after it is
+// made. Window images (WindowServer::windowImage) and the cursor's picture
+// (Cursor::currentCursor) are Images; the core draws them into surfaces with
+// Compositor::drawImage.
 class Image {
 public:
+    // `pixels` holds at least bytesPerRow * height bytes and bytesPerRow is
+    // at least width * 4; the caller guarantees both.
     Image(uint32_t width, uint32_t height, uint32_t bytesPerRow, std::vector<uint8_t> pixels)
-        : fWidth(width), fHeight(height), fBytesPerRow(bytesPerRow), fPixels(std::move(pixels)) {}
+        : fWidth(width), fHeight(height), fBytesPerRow(bytesPerRow), fPixels(std::move(pixels)) {
+        assert(bytesPerRow >= uint64_t(width) * 4 && fPixels.size() >= size_t(bytesPerRow) * height);
+    }
 
     uint32_t width() const { return fWidth; }
     uint32_t height() const { return fHeight; }
@@ -25,6 +35,8 @@ private:
     std::vector<uint8_t> fPixels;
 };
 
+// Images travel by shared ownership: the holder of the last reference frees
+// it, whichever thread that is.
 using ImageRef = std::shared_ptr<const Image>;
 
 } // namespace qcp::platform

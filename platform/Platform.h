@@ -12,11 +12,18 @@
 #include "System.h"
 #include "WindowServer.h"
 
-// The operating system as the portable core sees it. One platform is
-// installed per process; every seam is reached through it. The core includes
-// only these interfaces, never an implementation.
+// The operating system as the portable core sees it: one small seam per
+// system service, each shaped after the macOS call it stands for and keeping
+// the macOS coordinate conventions (screen frames and the mouse global with
+// the origin at the main screen's bottom-left and y up; window bounds global
+// with the origin at the main screen's top-left and y down). The core
+// includes only these interfaces, never an implementation: "sim" (a
+// simulated desktop), "linux" and "mac" implement them.
 namespace qcp::platform {
 
+// One platform per process, holding every seam. The seams live as long as
+// the platform; streams, links and surfaces made by it are released by the
+// core before the platform is replaced.
 class Platform {
 public:
     virtual ~Platform() = default;
@@ -29,19 +36,24 @@ public:
     virtual Compositor& compositor() = 0;
     virtual System& system() = 0;
 
-    // Null when the display is unknown or the stream cannot be made.
+    // A stream of `config.displayID`'s frames, not yet started. Null when the
+    // display is not attached or the system refuses. Host's thread.
     virtual std::unique_ptr<DisplayStream> createDisplayStream(DisplayStreamConfig config) = 0;
-    // Null when the display is unknown.
+    // A display link ticking at `displayID`'s refresh rate, not yet started.
+    // Null when the display is not attached. Host's thread.
     virtual std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) = 0;
-    // A new surface (retained for the caller), or null. Platforms that share
-    // surfaces with other processes back them with shared memory.
+    // A new surface (IOSurfaceCreate), retained for the caller, pixels all
+    // zero; null when the properties are inconsistent (see Surface::Create)
+    // or memory cannot be had. Any thread. Platforms that share surfaces with
+    // other processes back them with shared memory.
     virtual Surface* createSurface(const SurfaceProperties& properties) { return Surface::Create(properties); }
 };
 
-// The installed platform, or null before one is installed.
+// The installed platform, or null before one is installed. Any thread.
 Platform* Current();
 // Installs `platform`, replacing (and destroying) any installed one. Called
-// while no capture is running: at library initialisation or by a test.
+// while no capture is running and nothing else reads Current(): at library
+// initialisation or by a test before it starts the plug-in.
 void Install(std::unique_ptr<Platform> platform);
 
 } // namespace qcp::platform

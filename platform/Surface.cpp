@@ -41,10 +41,8 @@ Surface* Surface::Create(const SurfaceProperties& properties, std::unique_ptr<Su
         if (memory->size() < properties.allocSize) return nullptr;
         Registry& registry = TheRegistry();
         auto* surface = new Surface(properties, std::move(memory), registry.nextID++);
-        if (properties.isGlobal) {
-            std::lock_guard lock(registry.mutex);
-            registry.byID.emplace(surface->fID, surface);
-        }
+        std::lock_guard lock(registry.mutex);
+        registry.byID.emplace(surface->fID, surface);
         return surface;
     } catch (const std::bad_alloc&) {
         return nullptr;
@@ -63,7 +61,6 @@ Surface::Surface(const SurfaceProperties& properties, std::unique_ptr<SurfaceMem
     : fProperties(properties), fMemory(std::move(memory)), fID(id) {}
 
 Surface::~Surface() {
-    if (!fProperties.isGlobal) return;
     Registry& registry = TheRegistry();
     std::lock_guard lock(registry.mutex);
     registry.byID.erase(fID);

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -8,10 +9,18 @@
 
 namespace qcp::platform {
 
-// 'BGRA': 32-bit pixels, B G R A in memory, premultiplied alpha.
+// Pixel-format tags a surface carries, as the macOS four-character codes.
+// Every surface and image of this system holds 32-bit pixels with
+// premultiplied alpha stored B, G, R, A in memory; the tag only records which
+// code its maker asked for, because code that reuses surfaces compares it.
+// 'BGRA': what display streams deliver.
 constexpr uint32_t kPixelFormatBGRA = 0x42475241;
+// 32 (k32ARGBPixelFormat): what surfaces made from images carry.
+constexpr uint32_t kPixelFormat32ARGB = 32;
 
-// The bytes behind a surface. Platforms may provide shared memory.
+// The bytes behind a surface. The default is plain process memory; a
+// platform that shares frames with other processes (or with the X server)
+// passes shared memory of its own to Surface::Create.
 class SurfaceMemory {
 public:
     virtual ~SurfaceMemory() = default;
@@ -19,6 +28,7 @@ public:
     virtual size_t size() const = 0;
 };
 
+// The IOSurface creation properties that this system uses.
 struct SurfaceProperties {
     uint32_t width = 0;
     uint32_t height = 0;
@@ -28,16 +38,30 @@ struct SurfaceProperties {
     uint32_t elementHeight = 1;
     uint32_t pixelFormat = kPixelFormatBGRA;
     size_t allocSize = 0; // at least bytesPerRow * height
-    bool isGlobal = true; // reachable by id from anywhere in the process
 };
 
-// A shareable frame buffer with a process-wide 32-bit id. Reference counted:
-// it starts with one reference owned by its creator. Ids are never reused.
+// A frame buffer shared by id (what IOSurface is on macOS). Every surface has
+// a process-wide 32-bit id, never reused in the life of the process, by which
+// any thread can look it up while the surface lives; hosts read frames that
+// way. Reference counted: it starts with one reference owned by its creator
+// and is freed, on whichever thread drops the last reference, when the last
+// one goes. Geometry never changes after creation.
+//
+// Pixels are read and written only between Lock() and Unlock(); the lock is
+// the only synchronisation between a surface's writer and its readers. It is
+// not re-entrant, and a thread holds at most one surface lock at a time
+// unless it takes them in the order source, then target (as the compositor
+// does).
 class Surface final : public zRefCount {
 public:
-    // Null when the properties are inconsistent or memory cannot be had.
+    // A new surface, retained for the caller, with its pixels all zero unless
+    // `memory` brings content of its own. Null when the properties are
+    // inconsistent (zero width or height, rows shorter than width *
+    // bytesPerElement, allocSize below bytesPerRow * height) or when memory
+    // cannot be had. Any thread.
     static Surface* Create(const SurfaceProperties& properties, std::unique_ptr<SurfaceMemory> memory = nullptr);
-    // The live surface with that id, retained for the caller; null if none.
+    // The live surface with that id, retained for the caller (IOSurfaceLookup);
+    // null when no surface has that id or it is being destroyed. Any thread.
     static Surface* Lookup(uint32_t id);
 
     const SurfaceProperties& properties() const { return fProperties; }
@@ -45,13 +69,15 @@ public:
     uint32_t height() const { return fProperties.height; }
     uint32_t bytesPerRow() const { return fProperties.bytesPerRow; }
     size_t allocSize() const { return fProperties.allocSize; }
+    uint32_t pixelFormat() const { return fProperties.pixelFormat; }
     uint32_t id() const { return fID; }
     // The id's address: valid while the surface lives.
     const uint32_t* idAddress() const { return &fID; }
 
-    // Writers and readers of the pixels hold the lock.
     void Lock() const { fLock.lock(); }
     void Unlock() const { fLock.unlock(); }
+    // The first byte of the top row; valid while the surface lives, used
+    // only under the lock.
     uint8_t* baseAddress() const { return fMemory->data(); }
 
 private:
@@ -64,7 +90,7 @@ private:
     mutable std::mutex fLock;
 };
 
-// An owning reference to a surface.
+// An owning reference to a surface (what a retained IOSurfaceRef is).
 class SurfaceRef {
 public:
     SurfaceRef() = default;
@@ -96,6 +122,18 @@ public:
 private:
     explicit SurfaceRef(Surface* surface) : fSurface(surface) {}
     Surface* fSurface = nullptr;
+};
+
+// Holds a surface's lock for a scope.
+class SurfaceLock {
+public:
+    explicit SurfaceLock(const Surface& surface) : fSurface(surface) { fSurface.Lock(); }
+    ~SurfaceLock() { fSurface.Unlock(); }
+    SurfaceLock(const SurfaceLock&) = delete;
+    SurfaceLock& operator=(const SurfaceLock&) = delete;
+
+private:
+    const Surface& fSurface;
 };
 
 } // namespace qcp::platform

@@ -4,24 +4,37 @@
 
 namespace qcp::platform {
 
+// A modal alert or an alert sheet (NSAlert): message text, informative text
+// and the buttons from right to left, the first being the default.
 struct Alert {
     std::string message;
     std::string informativeText;
-    std::vector<std::string> buttons; // first is the default
+    std::vector<std::string> buttons;
 };
 
-// The rest of the system the plug-in asks about.
+// What else the plug-in asks of the system: the screen-recording permission,
+// its resource folder and alerts.
+//
+// Called from any thread unless stated otherwise; the core passes texts
+// already localised.
 class System {
 public:
     virtual ~System() = default;
+    // Whether this process may record the screen. Asking never prompts the
+    // user. Without the permission captures still run and deliver what the
+    // system shows them (on macOS, the desktop without other windows' content).
     virtual bool hasScreenRecordingPermission() const = 0;
-    // The folder of the plug-in's own resources (installer packages, images).
+    // The absolute path of the plug-in's resource folder (the bundle's
+    // Resources), without a trailing slash: installer packages and pictures.
     virtual std::string resourceFolder() const = 0;
-    // Shows an alert and returns without waiting for it (a sheet, attached
-    // to the selection dialog when one is open). Any thread.
+    // Shows an alert without waiting for the user's answer (a sheet on the
+    // open selection dialog, else a free-standing alert). Returns at once.
     virtual void showAlertSheet(const Alert& alert) = 0;
-    // Shows an alert modally; returns the index of the chosen button, or -1
-    // when it could not be shown. Blocks the calling thread.
+    // Shows an alert modally and returns the index of the chosen button in
+    // `alert.buttons`, or -1 when it cannot be shown. Blocks the calling
+    // thread until the user answers; the platform runs the alert on the main
+    // queue, so the caller must not be the main queue's thread blocked on
+    // something else.
     virtual int runModalAlert(const Alert& alert) = 0;
 };
 

@@ -1,56 +1,61 @@
 #include "CpuCompositor.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstring>
 
 namespace qcp::platform {
 namespace {
 
-// Source-over for one premultiplied channel: s + d * (1 - sa).
-inline uint8_t Over(uint8_t source, uint8_t destination, uint32_t inverseAlpha) {
-    return uint8_t(source + (destination * inverseAlpha + 127) / 255);
+// Source-over for one premultiplied pixel: s + d * (1 - sa), each channel.
+inline void Over(const uint8_t* source, uint8_t* destination) {
+    const uint32_t alpha = source[3];
+    if (alpha == 255) {
+        std::memcpy(destination, source, 4);
+        return;
+    }
+    const uint32_t inverse = 255u - alpha;
+    for (int c = 0; c < 4; ++c) destination[c] = uint8_t(source[c] + (destination[c] * inverse + 127) / 255);
 }
 
 } // namespace
 
 void CpuCompositor::copySurface(const Surface& source, Surface& target) {
+    assert(&source != &target);
     const uint32_t height = std::min(source.height(), target.height());
     const size_t rowBytes = size_t(std::min(source.width(), target.width())) * 4;
-    source.Lock();
-    target.Lock();
+    SurfaceLock sourceLock(source);
+    SurfaceLock targetLock(target);
+    if (source.bytesPerRow() == target.bytesPerRow() && rowBytes == source.bytesPerRow()) {
+        std::memcpy(target.baseAddress(), source.baseAddress(), rowBytes * height);
+        return;
+    }
     for (uint32_t y = 0; y < height; ++y)
         std::memcpy(target.baseAddress() + size_t(y) * target.bytesPerRow(),
                     source.baseAddress() + size_t(y) * source.bytesPerRow(), rowBytes);
-    target.Unlock();
-    source.Unlock();
 }
 
 void CpuCompositor::drawImage(Surface& target, const Image& image, const Rect& where) {
     if (where.width <= 0 || where.height <= 0 || image.width() == 0 || image.height() == 0) return;
     const Rect clipped = where.Intersection({0, 0, double(target.width()), double(target.height())});
     if (clipped.width <= 0 || clipped.height <= 0) return;
-    const int x0 = int(std::floor(clipped.x)), x1 = int(std::ceil(clipped.MaxX()));
-    const int y0 = int(std::floor(clipped.y)), y1 = int(std::ceil(clipped.MaxY()));
+    // The pixels whose centres fall inside `where`, each taking the image's
+    // sample under its centre.
+    const int x0 = std::max(0, int(std::ceil(clipped.x - 0.5)));
+    const int x1 = std::min(int(target.width()), int(std::ceil(clipped.MaxX() - 0.5)));
+    const int y0 = std::max(0, int(std::ceil(clipped.y - 0.5)));
+    const int y1 = std::min(int(target.height()), int(std::ceil(clipped.MaxY() - 0.5)));
     const double scaleX = image.width() / where.width;
     const double scaleY = image.height() / where.height;
-    target.Lock();
-    for (int y = std::max(y0, 0); y < std::min<int>(y1, int(target.height())); ++y) {
-        // Nearest sample at the pixel's centre.
-        const double sourceY = (y + 0.5 - where.y) * scaleY;
-        if (sourceY < 0 || sourceY >= image.height()) continue;
-        const uint8_t* sourceRow = image.row(uint32_t(sourceY));
+    auto sample = [](double at, uint32_t size) { return std::min(size - 1, uint32_t(std::max(0.0, at))); };
+    SurfaceLock lock(target);
+    for (int y = y0; y < y1; ++y) {
+        const uint8_t* in = image.row(sample((y + 0.5 - where.y) * scaleY, image.height()));
         uint8_t* out = target.baseAddress() + size_t(y) * target.bytesPerRow();
-        for (int x = std::max(x0, 0); x < std::min<int>(x1, int(target.width())); ++x) {
-            const double sourceX = (x + 0.5 - where.x) * scaleX;
-            if (sourceX < 0 || sourceX >= image.width()) continue;
-            const uint8_t* in = sourceRow + size_t(sourceX) * 4;
-            uint8_t* pixel = out + size_t(x) * 4;
-            const uint32_t inverseAlpha = 255u - in[3];
-            for (int c = 0; c < 4; ++c) pixel[c] = Over(in[c], pixel[c], inverseAlpha);
-        }
+        for (int x = x0; x < x1; ++x)
+            Over(in + size_t(sample((x + 0.5 - where.x) * scaleX, image.width())) * 4, out + size_t(x) * 4);
     }
-    target.Unlock();
 }
 
 } // namespace qcp::platform

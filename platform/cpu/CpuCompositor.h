@@ -3,7 +3,10 @@
 
 namespace qcp::platform {
 
-// The compositor on the CPU, for platforms without a GPU path.
+// The compositor on the CPU, for platforms without a GPU path (sim, linux):
+// row copies, and nearest-sample scaling with source-over blending in
+// premultiplied alpha, which is what the OpenGL path's blend function
+// (GL_ONE, GL_ONE_MINUS_SRC_ALPHA) computes. Stateless; any thread.
 class CpuCompositor final : public Compositor {
 public:
     void copySurface(const Surface& source, Surface& target) override;

@@ -4,27 +4,25 @@
 
 namespace qcp::platform::sim {
 
-SimDisplayLink::SimDisplayLink(double refreshRate, DisplayLinkCallback callback)
-    : fPeriodMicros(int64_t(1e6 / (refreshRate > 0 ? refreshRate : 60))), fCallback(std::move(callback)) {}
+SimDisplayLink::SimDisplayLink(SimWorld& world, double refreshRate, DisplayLinkCallback callback)
+    : fWorld(world), fPeriodMicros(SimTicker::PeriodFor(refreshRate)), fCallback(std::move(callback)) {}
 
 bool SimDisplayLink::Start() {
-    std::lock_guard lock(fMutex);
-    if (!fTicker)
-        fTicker = std::make_unique<SimTicker>("display link", fPeriodMicros, [this] { fCallback(zTime::MicroNow()); });
+    if (fTicker) return true;
+    fWorld.CounterSet().runningLinks.fetch_add(1);
+    fTicker = std::make_unique<SimTicker>(fWorld.Clock(), "sim link", fPeriodMicros, [this] {
+        fWorld.CounterSet().linkTicks.fetch_add(1);
+        fCallback(zTime::MicroNow());
+    });
+    fRunning = true;
     return true;
 }
 
 void SimDisplayLink::Stop() {
-    std::unique_ptr<SimTicker> ticker;
-    {
-        std::lock_guard lock(fMutex);
-        ticker = std::move(fTicker);
-    }
-}
-
-bool SimDisplayLink::IsRunning() const {
-    std::lock_guard lock(fMutex);
-    return fTicker != nullptr;
+    if (!fTicker) return;
+    fTicker.reset(); // waits for a callback in progress
+    fRunning = false;
+    fWorld.CounterSet().runningLinks.fetch_sub(1);
 }
 
 } // namespace qcp::platform::sim

@@ -1,92 +1,115 @@
 #include "SimDisplayStream.h"
 
-#include <algorithm>
-
+#include "SimPainter.h"
 #include "zQueue.h"
-#include "zThread.h"
 #include "zTime.h"
 
 namespace qcp::platform::sim {
 namespace {
+// As many surfaces as a real stream's default queue depth, plus the one
+// being painted.
 constexpr size_t kPoolSize = 4;
-}
+} // namespace
 
 SimDisplayStream::SimDisplayStream(SimWorld& world, DisplayStreamConfig config, double refreshRate)
-    : fWorld(world), fConfig(std::move(config)), fPeriodMicros(int64_t(1e6 / (refreshRate > 0 ? refreshRate : 60))) {}
+    : fWorld(world), fConfig(std::move(config)), fPeriodMicros(SimTicker::PeriodFor(refreshRate)) {}
 
 SimDisplayStream::~SimDisplayStream() {
-    std::unique_ptr<SimTicker> ticker;
-    {
-        std::lock_guard lock(fMutex);
-        ticker = std::move(fTicker);
-    }
-    ticker.reset();
-    *fAlive = false;
+    EndRun(fTicker);
+    fGate->open = false;
+    // Wait for a delivery in progress, unless this is that delivery.
+    if (!fConfig.queue->IsCurrent()) std::lock_guard wait(fGate->mutex);
+}
+
+void SimDisplayStream::EndRun(std::unique_ptr<SimTicker>& ticker) {
+    if (!ticker) return;
+    ticker.reset(); // no tick runs after this
+    if (!fEnded) fWorld.CounterSet().runningStreams.fetch_sub(1);
 }
 
 bool SimDisplayStream::Start() {
-    std::lock_guard lock(fMutex);
-    if (fTicker) return true;
-    fLastVersion = 0;
-    fIdleSent = false;
-    fTicker = std::make_unique<SimTicker>("sim stream", fPeriodMicros, [this] { Tick(); });
+    if (fTicker && !fEnded) return true;
+    EndRun(fTicker);
+    if (!fWorld.Screen(fConfig.displayID)) return false;
+    fEnded = false;
+    fDelivered = fIdleSent = fBlankSent = false;
+    fWorld.CounterSet().runningStreams.fetch_add(1);
+    fTicker = std::make_unique<SimTicker>(fWorld.Clock(), "sim stream", fPeriodMicros, [this] { Tick(); });
     return true;
 }
 
 bool SimDisplayStream::Stop() {
-    std::unique_ptr<SimTicker> ticker;
-    {
-        std::lock_guard lock(fMutex);
-        ticker = std::move(fTicker);
-    }
-    if (!ticker) return false;
-    ticker.reset(); // no frame is rendered after this
-    auto alive = fAlive;
-    auto handler = fConfig.handler;
-    fConfig.queue->Async([alive, handler] {
-        if (*alive) handler(FrameStatus::Stopped, uint64_t(zTime::MicroNow()), nullptr);
-    });
+    if (!fTicker) return false;
+    const bool wasRunning = !fEnded;
+    EndRun(fTicker);
+    if (!wasRunning) return false; // the display's going away already ended the run
+    Post(FrameStatus::Stopped, {});
     return true;
 }
 
-SurfaceRef SimDisplayStream::TakePoolSurface() {
-    // A surface nobody else holds can be drawn into again.
+void SimDisplayStream::Post(FrameStatus status, SurfaceRef surface) {
+    SimCounterSet& counters = fWorld.CounterSet();
+    switch (status) {
+    case FrameStatus::Complete: counters.framesDelivered.fetch_add(1); break;
+    case FrameStatus::Idle: counters.idleDelivered.fetch_add(1); break;
+    case FrameStatus::Blank: counters.blankDelivered.fetch_add(1); break;
+    case FrameStatus::Stopped: counters.stoppedDelivered.fetch_add(1); break;
+    }
+    const uint64_t displayTime = uint64_t(zTime::MicroNow());
+    fConfig.queue->Async([gate = fGate, handler = fConfig.handler, status, displayTime, surface = std::move(surface)] {
+        std::lock_guard lock(gate->mutex);
+        if (gate->open) handler(status, displayTime, surface.get());
+    });
+}
+
+SurfaceRef SimDisplayStream::FreePoolSurface() {
+    // Held only by the pool: nobody is reading it, so it can be painted over.
     for (const SurfaceRef& surface : fPool)
         if (surface->RetainCount() == 1) return surface;
+    if (fPool.size() == kPoolSize) return {};
     SurfaceProperties properties;
     properties.width = fConfig.outputWidth;
     properties.height = fConfig.outputHeight;
     properties.bytesPerRow = fConfig.outputWidth * 4;
     properties.allocSize = size_t(properties.bytesPerRow) * properties.height;
+    properties.pixelFormat = fConfig.pixelFormat;
     SurfaceRef surface = SurfaceRef::Adopt(Surface::Create(properties));
-    if (surface && fPool.size() < kPoolSize) fPool.push_back(surface);
+    if (surface) fPool.push_back(surface);
     return surface;
 }
 
 void SimDisplayStream::Tick() {
-    if (fWorld.StreamStalled()) return;
-    const uint64_t version = fWorld.DisplayVersion(fConfig.displayID);
-    std::lock_guard lock(fMutex);
-    if (version == fLastVersion) {
-        if (fIdleSent) return;
-        fIdleSent = true;
-        auto alive = fAlive;
-        auto handler = fConfig.handler;
-        fConfig.queue->Async([alive, handler] {
-            if (*alive) handler(FrameStatus::Idle, uint64_t(zTime::MicroNow()), nullptr);
-        });
+    if (fEnded) return;
+    const std::optional<SimWorld::DisplayScene> scene = fWorld.Scene(fConfig.displayID);
+    if (!scene) {
+        // Unplugged: the run ends as real streams end it.
+        fEnded = true;
+        fWorld.CounterSet().runningStreams.fetch_sub(1);
+        Post(FrameStatus::Stopped, {});
         return;
     }
-    SurfaceRef surface = TakePoolSurface();
-    if (!surface || !fWorld.RenderDisplay(fConfig.displayID, fConfig.sourceRect, *surface)) return;
-    fLastVersion = version;
+    if (fWorld.StreamsStalled()) return;
+    if (scene->asleep) {
+        if (!fBlankSent) Post(FrameStatus::Blank, {});
+        fBlankSent = true;
+        return;
+    }
+    fBlankSent = false;
+    if (fDelivered && scene->counter == fLastCounter) {
+        if (!fIdleSent) Post(FrameStatus::Idle, {});
+        fIdleSent = true;
+        return;
+    }
+    SurfaceRef surface = FreePoolSurface();
+    if (!surface) {
+        fWorld.CounterSet().framesDropped.fetch_add(1);
+        return;
+    }
+    SimPainter::PaintDisplay(*scene, fConfig.sourceRect, *surface);
+    fLastCounter = scene->counter;
+    fDelivered = true;
     fIdleSent = false;
-    const uint64_t displayTime = uint64_t(zTime::MicroNow());
-    auto alive = fAlive;
-    auto handler = fConfig.handler;
-    fConfig.queue->Async([alive, handler, surface, displayTime] {
-        if (*alive) handler(FrameStatus::Complete, displayTime, surface.get());
-    });
+    Post(FrameStatus::Complete, std::move(surface));
 }
 
 } // namespace qcp::platform::sim

@@ -10,9 +10,19 @@
 
 namespace qcp::platform::sim {
 
-// A display stream over the simulated desktop: at the display's refresh rate
-// it renders a frame into a surface from a small pool when the display's
-// content changed, and reports Idle once when it did not.
+// A display stream over the simulated desktop. Once per refresh of its
+// display (a tick of the world's clock) it looks at the display:
+// - gone: the run ends with an unrequested Stopped;
+// - streams stalled: nothing is delivered;
+// - asleep: Blank, once per sleep;
+// - content changed since the last frame: the display is painted, scaled to
+//   the output size, into a surface of a small pool and delivered Complete;
+//   when every pooled surface is still held by someone the frame is dropped
+//   and tried again at the next tick;
+// - unchanged: Idle, once per quiet spell (the first unchanged tick after a
+//   frame), then nothing until the content changes.
+// The first tick of every run delivers a frame. Deliveries are posted to the
+// stream's queue; the tick never waits for them.
 class SimDisplayStream final : public DisplayStream {
 public:
     SimDisplayStream(SimWorld& world, DisplayStreamConfig config, double refreshRate);
@@ -22,19 +32,32 @@ public:
     bool Stop() override;
 
 private:
+    // Lets deliveries already queued outlive the stream without calling its
+    // handler once it is gone.
+    struct Gate {
+        std::mutex mutex; // held while a delivery runs the handler
+        std::atomic<bool> open{true};
+    };
+
     void Tick();
-    SurfaceRef TakePoolSurface();
+    void Post(FrameStatus status, SurfaceRef surface);
+    SurfaceRef FreePoolSurface();
+    void EndRun(std::unique_ptr<SimTicker>& ticker);
 
     SimWorld& fWorld;
     const DisplayStreamConfig fConfig;
     const int64_t fPeriodMicros;
-    std::mutex fMutex; // guards the ticker and the pool
+    const std::shared_ptr<Gate> fGate = std::make_shared<Gate>();
+    // Start, Stop and the destructor only (never concurrent with each other).
     std::unique_ptr<SimTicker> fTicker;
+    // Set by a tick when the display went away; read by Start and Stop.
+    std::atomic<bool> fEnded{false};
+    // The tick's own state; reset by Start before the ticker runs.
     std::vector<SurfaceRef> fPool;
-    uint64_t fLastVersion = 0;
+    uint32_t fLastCounter = 0;
+    bool fDelivered = false; // a frame went out this run
     bool fIdleSent = false;
-    // Shared with deliveries queued but not yet run, which may outlive the stream.
-    std::shared_ptr<std::atomic<bool>> fAlive = std::make_shared<std::atomic<bool>>(true);
+    bool fBlankSent = false;
 };
 
 } // namespace qcp::platform::sim

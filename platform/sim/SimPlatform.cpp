@@ -1,29 +1,25 @@
 #include "SimPlatform.h"
 
+#include <cassert>
+
 #include "SimDisplayLink.h"
 #include "SimDisplayStream.h"
 
 namespace qcp::platform::sim {
 
-SimPlatform::SimPlatform() = default;
-
-double SimPlatform::RefreshRate(uint32_t displayID) const {
-    for (const ScreenInfo& screen : fWorld.Screens())
-        if (screen.displayID == displayID) return screen.refreshRate > 0 ? screen.refreshRate : 60;
-    return 0;
-}
-
 std::unique_ptr<DisplayStream> SimPlatform::createDisplayStream(DisplayStreamConfig config) {
-    const double rate = RefreshRate(config.displayID);
-    if (rate == 0 || !config.queue || !config.handler || config.outputWidth == 0 || config.outputHeight == 0)
-        return nullptr;
-    return std::make_unique<SimDisplayStream>(fWorld, std::move(config), rate);
+    assert(config.queue && config.handler && config.outputWidth > 0 && config.outputHeight > 0);
+    assert(!config.sourceRect || (config.sourceRect->width > 0 && config.sourceRect->height > 0));
+    const std::optional<ScreenInfo> screen = fWorld.Screen(config.displayID);
+    if (!screen) return nullptr;
+    return std::make_unique<SimDisplayStream>(fWorld, std::move(config), screen->refreshRate);
 }
 
 std::unique_ptr<DisplayLink> SimPlatform::createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) {
-    const double rate = RefreshRate(displayID);
-    if (rate == 0 || !callback) return nullptr;
-    return std::make_unique<SimDisplayLink>(rate, std::move(callback));
+    assert(callback);
+    const std::optional<ScreenInfo> screen = fWorld.Screen(displayID);
+    if (!screen) return nullptr;
+    return std::make_unique<SimDisplayLink>(fWorld, screen->refreshRate, std::move(callback));
 }
 
 int SimPlatform::runModalAlert(const Alert& alert) {

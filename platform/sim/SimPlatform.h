@@ -7,10 +7,13 @@
 
 namespace qcp::platform::sim {
 
-// The simulated desktop as a platform: every seam reads or drives the world.
+// The simulated desktop as a platform: every seam reads or drives its world.
+// Screens, the window server, the cursor and the system answer from the
+// world; display streams and links tick on the world's clock; the
+// compositor is the CPU one; surfaces are plain process memory.
 class SimPlatform final : public Platform, Screens, WindowServer, Cursor, System {
 public:
-    SimPlatform();
+    SimPlatform() = default;
 
     SimWorld& world() { return fWorld; }
 
@@ -31,20 +34,21 @@ public:
     Point mouseLocation() const override { return fWorld.Mouse(); }
     CursorImage currentCursor() const override { return fWorld.Cursor(); }
     bool hasScreenRecordingPermission() const override { return fWorld.ScreenRecordingPermission(); }
-    std::string resourceFolder() const override { return "sim-resources"; }
+    std::string resourceFolder() const override { return fWorld.ResourceFolder(); }
+    // Recorded; a test reads them from the world.
     void showAlertSheet(const Alert& alert) override { fWorld.RecordAlert(alert); }
+    // Recorded, answered with the world's configured button at once.
     int runModalAlert(const Alert& alert) override;
 
 private:
-    double RefreshRate(uint32_t displayID) const;
-
     SimWorld fWorld;
     CpuCompositor fCompositor;
 };
 
-// An empty world: tests fill it.
+// An empty world: no display, no window. Tests fill it.
 std::unique_ptr<SimPlatform> MakePlatform();
-// The default world, for demonstrations and `qcp-host` on the sim platform.
+// The default world (SimWorld::PopulateDefault), for demonstrations and
+// `qcp-host` on the sim platform.
 std::unique_ptr<SimPlatform> MakeDefaultPlatform();
 
 } // namespace qcp::platform::sim

@@ -1,36 +1,68 @@
 #include "SimTicker.h"
 
+#include <cassert>
+
+#include "SimClock.h"
 #include "zThread.h"
 
 namespace qcp::platform::sim {
 
-SimTicker::SimTicker(std::string name, int64_t periodMicros, std::function<void()> tick)
-    : fName(std::move(name)), fPeriodMicros(periodMicros), fTick(std::move(tick)), fThread([this] { Run(); }) {}
+int64_t SimTicker::PeriodFor(double refreshRate) { return int64_t(1e6 / (refreshRate > 0 ? refreshRate : 60)); }
 
-SimTicker::~SimTicker() { Stop(); }
-
-void SimTicker::Stop() {
+SimTicker::SimTicker(SimClock& clock, std::string name, int64_t periodMicros, std::function<void()> tick)
+    : fClock(clock), fName(std::move(name)), fPeriodMicros(periodMicros), fTick(std::move(tick)) {
     {
-        std::lock_guard lock(fMutex);
+        std::lock_guard lock(fClock.fMutex);
+        fDone = fClock.fStep; // a new ticker owes nothing for earlier steps
+        fClock.fTickers.push_back(this);
+    }
+    fThread = std::thread([this] { Run(); });
+}
+
+SimTicker::~SimTicker() {
+    assert(std::this_thread::get_id() != fThread.get_id() && "a ticker cannot stop itself");
+    {
+        std::lock_guard lock(fClock.fMutex);
         fStopping = true;
     }
-    fWake.notify_all();
-    if (fThread.joinable() && fThread.get_id() != std::this_thread::get_id()) fThread.join();
+    fClock.fChanged.notify_all();
+    fThread.join();
+    {
+        std::lock_guard lock(fClock.fMutex);
+        std::erase(fClock.fTickers, this);
+    }
+    fClock.fChanged.notify_all();
 }
 
 void SimTicker::Run() {
     zThread::NameCurrent(fName);
-    auto next = std::chrono::steady_clock::now();
-    std::unique_lock lock(fMutex);
+    SimClock::tOnTicker = true;
+    const auto period = std::chrono::microseconds(fPeriodMicros);
+    auto next = std::chrono::steady_clock::now() + period;
+    std::unique_lock lock(fClock.fMutex);
     while (!fStopping) {
-        next += std::chrono::microseconds(fPeriodMicros);
-        if (fWake.wait_until(lock, next, [this] { return fStopping; })) break;
-        lock.unlock();
-        fTick();
-        lock.lock();
-        // After a long stall, tick from now on rather than catching up.
-        if (auto now = std::chrono::steady_clock::now(); now > next + std::chrono::microseconds(fPeriodMicros))
-            next = now;
+        if (fClock.fStepped) {
+            fClock.fChanged.wait(lock, [this] { return fStopping || !fClock.fStepped || fClock.fStep > fDone; });
+            if (fStopping || !fClock.fStepped) {
+                next = std::chrono::steady_clock::now() + period;
+                continue;
+            }
+            const uint64_t step = fDone + 1;
+            lock.unlock();
+            fTick();
+            lock.lock();
+            fDone = step;
+            fClock.fChanged.notify_all();
+        } else {
+            if (fClock.fChanged.wait_until(lock, next, [this] { return fStopping || fClock.fStepped; })) continue;
+            lock.unlock();
+            fTick();
+            lock.lock();
+            fDone = fClock.fStep;
+            next += period;
+            // After a long stall, tick from now on rather than catching up.
+            if (const auto now = std::chrono::steady_clock::now(); now > next) next = now + period;
+        }
     }
 }
 

@@ -1,33 +1,39 @@
 #pragma once
-#include <condition_variable>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 
 namespace qcp::platform::sim {
 
-// A named thread that calls `tick` at a fixed period until stopped. Stop()
-// waits for a tick in progress, unless called from inside a tick.
+class SimClock;
+
+// A named thread that calls `tick` as its clock paces it: every
+// `periodMicros` in real time, once per step when stepped. The destructor
+// stops it and waits for a tick in progress; it must not run on the ticker's
+// own thread (from inside `tick`).
 class SimTicker {
 public:
-    SimTicker(std::string name, int64_t periodMicros, std::function<void()> tick);
+    SimTicker(SimClock& clock, std::string name, int64_t periodMicros, std::function<void()> tick);
     ~SimTicker();
     SimTicker(const SimTicker&) = delete;
     SimTicker& operator=(const SimTicker&) = delete;
 
-    void Stop();
+    // A period in microseconds for a refresh rate; 60 per second when the
+    // rate is unknown (0).
+    static int64_t PeriodFor(double refreshRate);
 
 private:
+    friend class SimClock;
     void Run();
 
+    SimClock& fClock;
     const std::string fName;
     const int64_t fPeriodMicros;
     const std::function<void()> fTick;
-    std::mutex fMutex;
-    std::condition_variable fWake;
+    // Guarded by the clock's mutex.
     bool fStopping = false;
+    uint64_t fDone = 0; // the last step this ticker has answered
     std::thread fThread;
 };
 

@@ -4,90 +4,46 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
+#include <filesystem>
 
-#include "SimStamp.h"
+#include "SimPainter.h"
 
 namespace qcp::platform::sim {
-namespace {
 
-// An opaque colour derived from an identity, so neighbours look different.
-uint32_t ColourOf(uint32_t identity) {
-    const uint32_t mixed = identity * 2654435761u;
-    return 0xFF000000u | (mixed & 0x00FFFFFFu) | 0x00404040u;
+SimWorld::SimWorld()
+    : fOwnPID(int32_t(getpid())), fCursor(SimPainter::ArrowCursor()),
+      fResourceFolder((std::filesystem::temp_directory_path() / "qcp-sim-resources").string()) {}
+
+SimWorld::~SimWorld() {
+    // Animation ticks touch the world: they end before it does.
+    std::lock_guard lock(fAnimationsMutex);
+    fAnimations.clear();
 }
 
-void FillRect(Surface& target, int x0, int y0, int x1, int y1, uint32_t bgra) {
-    x0 = std::max(x0, 0);
-    y0 = std::max(y0, 0);
-    x1 = std::min<int>(x1, int(target.width()));
-    y1 = std::min<int>(y1, int(target.height()));
-    for (int y = y0; y < y1; ++y) {
-        auto* row = reinterpret_cast<uint32_t*>(target.baseAddress() + size_t(y) * target.bytesPerRow());
-        std::fill(row + x0, row + std::max(x0, x1), bgra);
-    }
-}
-
-void StampIfRoom(Surface& target, int x, int y, const Stamp& stamp) {
-    if (x >= 0 && y >= 0 && x + kStampCells * kStampCellPixels <= int(target.width()) &&
-        y + kStampCellPixels <= int(target.height()))
-        WriteStamp(target.baseAddress(), target.bytesPerRow(), x, y, stamp);
-}
-
-// A small arrow: opaque black with a white edge, premultiplied.
-CursorImage DefaultCursor() {
-    constexpr uint32_t kSize = 16;
-    std::vector<uint8_t> pixels(kSize * kSize * 4, 0);
-    for (uint32_t y = 0; y < kSize; ++y)
-        for (uint32_t x = 0; x <= y / 1 && x < kSize; ++x) {
-            const bool edge = x == 0 || x == y || y == kSize - 1;
-            uint8_t* p = &pixels[(y * kSize + x) * 4];
-            p[0] = p[1] = p[2] = edge ? 255 : 0;
-            p[3] = 255;
-        }
-    return {std::make_shared<Image>(kSize, kSize, kSize * 4, std::move(pixels)), double(kSize), double(kSize),
-            {1, 1}};
-}
-
-} // namespace
-
-SimWorld::SimWorld() : fOwnPID(int32_t(getpid())), fCursor(DefaultCursor()) {}
-
-void SimWorld::PopulateDefault(SimWorld& world) {
-    world.AddScreen({1, {0, 0, 1920, 1080}, 1.0, "Simulated Display 27", 60});
-    world.AddScreen({2, {1920, 56, 1280, 1024}, 1.0, "Simulated Display 19", 60});
-    world.AddProcess(4242, "Notes");
-    world.AddProcess(4300, "Terminal");
-    world.AddProcess(4400, "Browser");
-    world.AddProcess(4500, "Racer");
-    world.AddProcess(world.OwnPID(), "Host");
-    world.OpenWindow(4242, "Shopping list", {120, 140, 640, 480});
-    world.OpenWindow(4300, "build", {900, 300, 800, 500});
-    world.OpenWindow(4400, "Welcome", {2100, 200, 900, 700});
-    const uint32_t game = world.OpenWindow(4500, "Racer", {0, 0, 1920, 1080});
-    world.SetWindowSpace(game, 2);
-    world.OpenWindow(world.OwnPID(), "Host Window", {300, 600, 500, 300});
-    world.SetMouse({960, 540});
-}
+// ---- Helpers; the caller holds fMutex.
 
 Rect SimWorld::TopLeftFrame(const ScreenInfo& screen) const {
     const double mainHeight = fScreens.empty() ? 0 : fScreens[0].frame.height;
     return {screen.frame.x, mainHeight - screen.frame.MaxY(), screen.frame.width, screen.frame.height};
 }
 
+void SimWorld::Bump(uint32_t displayID) { ++fDisplayCounters[displayID]; }
+
 void SimWorld::BumpDisplaysShowing(const Rect& bounds) {
     for (const ScreenInfo& screen : fScreens)
-        if (TopLeftFrame(screen).Intersects(bounds)) ++fDisplayVersions[screen.displayID];
+        if (TopLeftFrame(screen).Intersects(bounds)) Bump(screen.displayID);
 }
 
 void SimWorld::BumpAll() {
-    for (const ScreenInfo& screen : fScreens) ++fDisplayVersions[screen.displayID];
+    for (const ScreenInfo& screen : fScreens) Bump(screen.displayID);
 }
 
 SimWorld::Window* SimWorld::Find(uint32_t number) {
     auto found = std::find_if(fWindows.begin(), fWindows.end(), [&](const Window& w) { return w.number == number; });
     return found == fWindows.end() ? nullptr : &*found;
 }
+
+const SimWorld::Window* SimWorld::Find(uint32_t number) const { return const_cast<SimWorld*>(this)->Find(number); }
 
 bool SimWorld::Visible(const Window& window) const {
     return window.space == fCurrentSpace && !window.minimised && !window.hidden;
@@ -105,16 +61,21 @@ double SimWorld::ScaleFor(const Rect& bounds) const {
     return scale;
 }
 
+// ---- Displays.
+
 void SimWorld::AddScreen(const ScreenInfo& screen) {
     std::lock_guard lock(fMutex);
-    fScreens.push_back(screen);
+    auto found = std::find_if(fScreens.begin(), fScreens.end(), [&](auto& s) { return s.displayID == screen.displayID; });
+    if (found != fScreens.end())
+        *found = screen;
+    else
+        fScreens.push_back(screen);
     BumpAll();
 }
 
 void SimWorld::RemoveScreen(uint32_t displayID) {
     std::lock_guard lock(fMutex);
     std::erase_if(fScreens, [&](const ScreenInfo& s) { return s.displayID == displayID; });
-    fDisplayVersions.erase(displayID);
     BumpAll();
 }
 
@@ -122,17 +83,19 @@ void SimWorld::MoveScreenToIndex(uint32_t displayID, size_t index) {
     std::lock_guard lock(fMutex);
     auto found = std::find_if(fScreens.begin(), fScreens.end(), [&](auto& s) { return s.displayID == displayID; });
     if (found == fScreens.end()) return;
-    ScreenInfo screen = *found;
+    const ScreenInfo screen = *found;
     fScreens.erase(found);
-    fScreens.insert(fScreens.begin() + std::min(index, fScreens.size()), screen);
+    fScreens.insert(fScreens.begin() + std::ptrdiff_t(std::min(index, fScreens.size())), screen);
     BumpAll();
 }
 
 void SimWorld::SetBackingScale(uint32_t displayID, double scale) {
     std::lock_guard lock(fMutex);
     for (ScreenInfo& screen : fScreens)
-        if (screen.displayID == displayID) screen.backingScale = scale;
-    BumpAll();
+        if (screen.displayID == displayID) {
+            screen.backingScale = scale;
+            Bump(displayID);
+        }
 }
 
 void SimWorld::ReconfigureScreen(uint32_t displayID, const Rect& frame) {
@@ -142,10 +105,54 @@ void SimWorld::ReconfigureScreen(uint32_t displayID, const Rect& frame) {
     BumpAll();
 }
 
+void SimWorld::SetDisplayAsleep(uint32_t displayID, bool asleep) {
+    std::lock_guard lock(fMutex);
+    fAsleep[displayID] = asleep;
+    Bump(displayID); // waking shows the content afresh
+}
+
+void SimWorld::TouchDisplay(uint32_t displayID) {
+    std::lock_guard lock(fMutex);
+    if (std::any_of(fScreens.begin(), fScreens.end(), [&](auto& s) { return s.displayID == displayID; }))
+        Bump(displayID);
+}
+
 std::vector<ScreenInfo> SimWorld::Screens() const {
     std::lock_guard lock(fMutex);
     return fScreens;
 }
+
+std::optional<ScreenInfo> SimWorld::Screen(uint32_t displayID) const {
+    std::lock_guard lock(fMutex);
+    for (const ScreenInfo& screen : fScreens)
+        if (screen.displayID == displayID) return screen;
+    return std::nullopt;
+}
+
+std::optional<Stamp> SimWorld::DisplayStamp(uint32_t displayID) const {
+    std::lock_guard lock(fMutex);
+    for (const ScreenInfo& screen : fScreens)
+        if (screen.displayID == displayID) return Stamp{displayID, fDisplayCounters.at(displayID)};
+    return std::nullopt;
+}
+
+std::optional<SimWorld::DisplayScene> SimWorld::Scene(uint32_t displayID) const {
+    std::lock_guard lock(fMutex);
+    auto screen = std::find_if(fScreens.begin(), fScreens.end(), [&](auto& s) { return s.displayID == displayID; });
+    if (screen == fScreens.end()) return std::nullopt;
+    DisplayScene scene;
+    scene.displayID = displayID;
+    scene.counter = fDisplayCounters.at(displayID);
+    auto asleep = fAsleep.find(displayID);
+    scene.asleep = asleep != fAsleep.end() && asleep->second;
+    scene.frame = TopLeftFrame(*screen);
+    for (auto window = fWindows.rbegin(); window != fWindows.rend(); ++window)
+        if (Visible(*window) && window->bounds.Intersects(scene.frame))
+            scene.windows.push_back({window->number, window->bounds, window->counter});
+    return scene;
+}
+
+// ---- Processes and windows.
 
 void SimWorld::AddProcess(int32_t pid, std::optional<std::string> name) {
     std::lock_guard lock(fMutex);
@@ -181,7 +188,7 @@ void SimWorld::ResizeWindow(uint32_t number, double width, double height) {
         BumpDisplaysShowing(window->bounds);
         window->bounds.width = width;
         window->bounds.height = height;
-        ++window->frameCounter;
+        ++window->counter;
         BumpDisplaysShowing(window->bounds);
     }
 }
@@ -197,6 +204,12 @@ void SimWorld::SetWindowSpace(uint32_t number, int space) {
         window->space = space;
         BumpDisplaysShowing(window->bounds);
     }
+}
+
+void SimWorld::SetCurrentSpace(int space) {
+    std::lock_guard lock(fMutex);
+    fCurrentSpace = space;
+    BumpAll();
 }
 
 void SimWorld::MinimiseWindow(uint32_t number, bool minimised) {
@@ -226,36 +239,64 @@ void SimWorld::RaiseWindow(uint32_t number) {
 void SimWorld::TouchWindow(uint32_t number) {
     std::lock_guard lock(fMutex);
     if (Window* window = Find(number)) {
-        ++window->frameCounter;
-        BumpDisplaysShowing(window->bounds);
+        ++window->counter;
+        if (Visible(*window)) BumpDisplaysShowing(window->bounds);
     }
 }
 
+void SimWorld::AnimateWindow(uint32_t number, double framesPerSecond) {
+    std::lock_guard lock(fAnimationsMutex);
+    fAnimations.erase(number); // waits for a tick in progress
+    if (framesPerSecond > 0 && FindWindow(number))
+        fAnimations[number] = std::make_unique<SimTicker>(fClock, "sim animation", SimTicker::PeriodFor(framesPerSecond),
+                                                          [this, number] { TouchWindow(number); });
+}
+
+std::unique_ptr<SimTicker> SimWorld::TakeAnimation(uint32_t number) {
+    std::lock_guard lock(fAnimationsMutex);
+    auto found = fAnimations.find(number);
+    if (found == fAnimations.end()) return nullptr;
+    std::unique_ptr<SimTicker> ticker = std::move(found->second);
+    fAnimations.erase(found);
+    return ticker;
+}
+
 void SimWorld::CloseWindow(uint32_t number) {
+    TakeAnimation(number).reset();
     std::lock_guard lock(fMutex);
-    if (Window* window = Find(number)) BumpDisplaysShowing(window->bounds);
-    std::erase_if(fWindows, [&](const Window& w) { return w.number == number; });
+    if (Window* window = Find(number)) {
+        if (Visible(*window)) BumpDisplaysShowing(window->bounds);
+        std::erase_if(fWindows, [&](const Window& w) { return w.number == number; });
+    }
 }
 
 uint32_t SimWorld::ReopenWindow(uint32_t number, std::optional<Rect> bounds) {
-    std::optional<Window> old = FindWindow(number);
-    if (!old) return 0;
-    CloseWindow(number);
-    const uint32_t reopened = OpenWindow(old->pid, old->title, bounds.value_or(old->bounds));
-    SetWindowSpace(reopened, old->space);
-    return reopened;
-}
-
-void SimWorld::SetCurrentSpace(int space) {
+    TakeAnimation(number).reset();
     std::lock_guard lock(fMutex);
-    fCurrentSpace = space;
-    BumpAll();
+    const Window* old = Find(number);
+    if (!old) return 0;
+    Window reopened = *old;
+    if (Visible(reopened)) BumpDisplaysShowing(reopened.bounds);
+    std::erase_if(fWindows, [&](const Window& w) { return w.number == number; });
+    reopened.number = fNextWindowNumber++;
+    reopened.bounds = bounds.value_or(reopened.bounds);
+    reopened.minimised = reopened.hidden = false;
+    reopened.counter = 0;
+    fWindows.insert(fWindows.begin(), reopened);
+    if (Visible(reopened)) BumpDisplaysShowing(reopened.bounds);
+    return reopened.number;
 }
 
 std::optional<SimWorld::Window> SimWorld::FindWindow(uint32_t number) const {
     std::lock_guard lock(fMutex);
-    auto* window = const_cast<SimWorld*>(this)->Find(number);
+    const Window* window = Find(number);
     return window ? std::optional<Window>(*window) : std::nullopt;
+}
+
+std::optional<Stamp> SimWorld::WindowStamp(uint32_t number) const {
+    std::lock_guard lock(fMutex);
+    const Window* window = Find(number);
+    return window ? std::optional<Stamp>(Stamp{number, window->counter}) : std::nullopt;
 }
 
 WindowInfo SimWorld::Entry(const Window& window) const {
@@ -279,65 +320,30 @@ std::vector<WindowInfo> SimWorld::WindowList(bool onScreenOnly) const {
 
 std::optional<WindowInfo> SimWorld::WindowEntry(uint32_t number) const {
     std::lock_guard lock(fMutex);
-    const Window* window = const_cast<SimWorld*>(this)->Find(number);
+    const Window* window = Find(number);
     return window ? std::optional<WindowInfo>(Entry(*window)) : std::nullopt;
 }
 
 ImageRef SimWorld::WindowImage(uint32_t number) const {
-    std::lock_guard lock(fMutex);
-    const Window* window = const_cast<SimWorld*>(this)->Find(number);
-    if (!window || fWindowImageFault == WindowImageFault::Empty) return nullptr;
-    const double scale = ScaleFor(window->bounds);
-    const uint32_t width = uint32_t(std::lround(window->bounds.width * scale));
-    const uint32_t height = uint32_t(std::lround(window->bounds.height * scale));
-    if (width == 0 || height == 0) return nullptr;
-    std::vector<uint8_t> pixels(size_t(width) * height * 4, 0);
-    if (fWindowImageFault != WindowImageFault::Transparent) {
-        const uint32_t colour = ColourOf(window->number);
-        for (size_t i = 0; i < size_t(width) * height; ++i) std::memcpy(&pixels[i * 4], &colour, 4);
-        if (width >= uint32_t(kStampCells * kStampCellPixels) && height >= uint32_t(kStampCellPixels))
-            WriteStamp(pixels.data(), width * 4, 0, 0, {window->number, window->frameCounter});
+    Stamp stamp;
+    uint32_t width = 0, height = 0;
+    WindowImageFault fault;
+    {
+        std::lock_guard lock(fMutex);
+        const Window* window = Find(number);
+        if (!window) return nullptr;
+        const double scale = ScaleFor(window->bounds);
+        width = uint32_t(std::max(0.0, std::round(window->bounds.width * scale)));
+        height = uint32_t(std::max(0.0, std::round(window->bounds.height * scale)));
+        stamp = {number, window->counter};
+        fault = fWindowImageFault;
     }
-    return std::make_shared<Image>(width, height, width * 4, std::move(pixels));
+    fCounters.windowImages.fetch_add(1, std::memory_order_relaxed);
+    if (fault == WindowImageFault::Missing || width == 0 || height == 0) return nullptr;
+    return SimPainter::PaintWindow(stamp, width, height, fault == WindowImageFault::Transparent);
 }
 
-uint64_t SimWorld::DisplayVersion(uint32_t displayID) const {
-    std::lock_guard lock(fMutex);
-    auto found = fDisplayVersions.find(displayID);
-    return found == fDisplayVersions.end() ? 0 : found->second;
-}
-
-void SimWorld::TouchDisplay(uint32_t displayID) {
-    std::lock_guard lock(fMutex);
-    ++fDisplayVersions[displayID];
-}
-
-bool SimWorld::RenderDisplay(uint32_t displayID, const std::optional<Rect>& sourceRect, Surface& target) const {
-    std::lock_guard lock(fMutex);
-    auto screen = std::find_if(fScreens.begin(), fScreens.end(), [&](auto& s) { return s.displayID == displayID; });
-    if (screen == fScreens.end()) return false;
-    const Rect display = TopLeftFrame(*screen);
-    const Rect source = sourceRect.value_or(Rect{0, 0, display.width, display.height});
-    if (source.width <= 0 || source.height <= 0) return false;
-    const double sx = target.width() / source.width, sy = target.height() / source.height;
-    auto toTarget = [&](const Rect& r) { // display points to target pixels
-        return Rect{(r.x - source.x) * sx, (r.y - source.y) * sy, r.width * sx, r.height * sy};
-    };
-    target.Lock();
-    FillRect(target, 0, 0, int(target.width()), int(target.height()), ColourOf(displayID));
-    for (auto window = fWindows.rbegin(); window != fWindows.rend(); ++window) { // back to front
-        if (!Visible(*window)) continue;
-        const Rect r = toTarget({window->bounds.x - display.x, window->bounds.y - display.y, window->bounds.width,
-                                 window->bounds.height});
-        FillRect(target, int(std::lround(r.x)), int(std::lround(r.y)), int(std::lround(r.MaxX())),
-                 int(std::lround(r.MaxY())), ColourOf(window->number));
-        StampIfRoom(target, int(std::lround(r.x)), int(std::lround(r.y)), {window->number, window->frameCounter});
-    }
-    auto version = fDisplayVersions.find(displayID);
-    StampIfRoom(target, 0, 0, {displayID, uint32_t(version == fDisplayVersions.end() ? 0 : version->second)});
-    target.Unlock();
-    return true;
-}
+// ---- The mouse, faults and the system's answers.
 
 void SimWorld::SetMouse(Point location) {
     std::lock_guard lock(fMutex);
@@ -359,14 +365,14 @@ CursorImage SimWorld::Cursor() const {
     return fCursor;
 }
 
-void SimWorld::SetStreamStalled(bool stalled) {
+void SimWorld::SetStreamsStalled(bool stalled) {
     std::lock_guard lock(fMutex);
-    fStreamStalled = stalled;
+    fStreamsStalled = stalled;
 }
 
-bool SimWorld::StreamStalled() const {
+bool SimWorld::StreamsStalled() const {
     std::lock_guard lock(fMutex);
-    return fStreamStalled;
+    return fStreamsStalled;
 }
 
 void SimWorld::SetWindowImageFault(WindowImageFault fault) {
@@ -382,6 +388,16 @@ void SimWorld::SetScreenRecordingPermission(bool granted) {
 bool SimWorld::ScreenRecordingPermission() const {
     std::lock_guard lock(fMutex);
     return fPermission;
+}
+
+void SimWorld::SetResourceFolder(std::string folder) {
+    std::lock_guard lock(fMutex);
+    fResourceFolder = std::move(folder);
+}
+
+std::string SimWorld::ResourceFolder() const {
+    std::lock_guard lock(fMutex);
+    return fResourceFolder;
 }
 
 void SimWorld::RecordAlert(const Alert& alert) {

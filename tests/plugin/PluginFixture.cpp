@@ -4,8 +4,32 @@
 #include "SimPlatform.h"
 
 void PluginTest::SetUp() {
-    qcp::platform::Install(qcp::platform::sim::MakePlatform());
+    auto platform = qcp::platform::sim::MakePlatform();
+    fWorld = &platform->world();
+    fWorld->AddScreen({kMainDisplay, {0, 0, 1920, 1080}, 1.0, "Main", 60});
+    fWorld->AddScreen({kSecondDisplay, {1920, 56, 1280, 1024}, 1.0, "Side", 60});
+    qcp::platform::Install(std::move(platform));
     ASSERT_EQ(QCP_IntitializeLibrary(), 1);
+}
+
+std::string PluginTest::Settings(const std::string& source) {
+    uint32_t length = 0;
+    QCP_GetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), nullptr, &length);
+    std::string xml(length, '\0');
+    QCP_GetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), xml.data(), &length);
+    return xml;
+}
+
+void PluginTest::SetSettings(const std::string& source, const std::string& xml) {
+    EXPECT_EQ(QCP_SetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), xml.c_str()), 1);
+}
+
+std::string PluginTest::Value(const std::string& settings, const std::string& name) {
+    const std::string key = "name=\"" + name + "\" value=\"";
+    const size_t at = settings.find(key);
+    if (at == std::string::npos) return "<absent>";
+    const size_t start = at + key.size();
+    return settings.substr(start, settings.find('"', start) - start);
 }
 
 void PluginTest::TearDown() { QCP_UninitializeLibrary(); }

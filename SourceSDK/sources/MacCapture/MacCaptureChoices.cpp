@@ -3,8 +3,25 @@
 #include "MacCaptureDisplayUtils.h"
 #include "MacCaptureManager.h"
 #include "MacCaptureWindowManager.h"
+#include "CommonSDKVariables.h"
+#include "Platform.h"
 
 namespace MC {
+
+namespace {
+std::string Localised(const char* key) {
+    const char* text = CSDK::TranslateString(key);
+    return text ? text : key;
+}
+} // namespace
+
+void MacCaptureManager::showCloseSelectionDialogAlert() const {
+    qcp::platform::Alert alert;
+    alert.message = Localised("obr_close_mon_win_dialog");
+    alert.informativeText = Localised("obr_close_mon_win_dialog_msg");
+    alert.buttons = {Localised("dialog_ok")};
+    qcp::platform::Current()->system().showAlertSheet(alert);
+}
 
 void MacCaptureManager::setCaptureType(const std::string& id, int32_t type, const zRect* region) {
     if (fSelectionPromptShown) {

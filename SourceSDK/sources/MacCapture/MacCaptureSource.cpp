@@ -1,15 +1,48 @@
+// The capture source's configuration, start and stop, observers and the
+// feed-detection loop.
 #include "MacCaptureSource.h"
 
 #include <algorithm>
+#include <cstdio>
+
+#include "CommonSDKVariables.h"
+#include "MacCaptureLogging.h"
+#include "MacCaptureObserver.h"
+#include "Platform.h"
+#include "zTime.h"
 
 namespace MC {
 
+using namespace qcp::platform;
+
+namespace {
+constexpr const char* kQueuePrefix = "com.qcp.capture";
+constexpr const char* kPermissionDeniedKey = "p_screen_record_deny_msg";
+} // namespace
+
 MacCaptureSource::MacCaptureSource(const std::string& sourceID, const std::string& sourceName)
-    : fSourceID(sourceID), fSourceName(sourceName) {}
+    : fSourceID(sourceID), fSourceName(sourceName) {
+    SetNoFeedFrameType(zColor{0, 0, 0, 0}, zColor{}, nullptr);
+    if (!Current()->system().hasScreenRecordingPermission()) {
+        const char* text = CSDK::TranslateString(kPermissionDeniedKey);
+        UserLog(-2, text ? text : kPermissionDeniedKey);
+    }
+}
 
 MacCaptureSource::~MacCaptureSource() {
-    std::lock_guard lock(fObserverLock);
-    fObservers.clear();
+    stop();
+    fStream.reset();
+    fStreamQueue.reset();
+    {
+        std::lock_guard lock(fObserverLock);
+        fObservers.clear();
+    }
+    if (fFeedQueue) {
+        fFeedWake.Raise();
+        fFeedQueue->Sync([] {});
+        fFeedQueue.reset();
+    }
+    fWindowInfo.surface.reset();
 }
 
 bool MacCaptureSource::setCaptureDisplay(unsigned int displayID) {
@@ -44,9 +77,76 @@ void MacCaptureSource::setOutputSize(float width, float height) {
     fOutputHeight = height;
 }
 
+bool MacCaptureSource::start() {
+    if (fWindowID != 0) return startWindowCapture();
+    if (!fStream) return startStream();
+    fRunning = fStream->Start();
+    return fRunning;
+}
+
+bool MacCaptureSource::startWindowCapture() {
+    // A window source captures through the display link of the display last
+    // set; it follows the window by number on every refresh.
+    fWindowInfo.windowID = fWindowID;
+    fWindowInfo.outputWidth = fOutputWidth;
+    fWindowInfo.outputHeight = fOutputHeight;
+    fWindowInfo.showCursor = fShowCursor;
+    fWindowInfo.userData = fWindowUserData;
+    if (!fDisplayLink)
+        fDisplayLink =
+            Current()->createDisplayLink(fDisplayID, [this](int64_t videoTime) { displayLinkCallback(videoTime); });
+    fRunning = fDisplayLink && fDisplayLink->Start();
+    return fRunning;
+}
+
+bool MacCaptureSource::startStream() {
+    if (fOutputWidth == 0 || fOutputHeight == 0) {
+        fOutputWidth = fCaptureFrame.width;
+        fOutputHeight = fCaptureFrame.height;
+        if (fOutputWidth == 0 || fOutputHeight == 0) return false;
+    }
+    char label[512];
+    std::snprintf(label, sizeof label, "%s.%s.%s", kQueuePrefix, fSourceName.c_str(), fSourceID.c_str());
+    fStreamQueue = std::make_unique<zQueue>(label);
+    DisplayStreamConfig config;
+    config.displayID = fDisplayID;
+    config.outputWidth = uint32_t(fOutputWidth);
+    config.outputHeight = uint32_t(fOutputHeight);
+    config.pixelFormat = kPixelFormatBGRA;
+    if (fHasSourceRect)
+        config.sourceRect = Rect{fCaptureFrame.x, fCaptureFrame.y, fCaptureFrame.width, fCaptureFrame.height};
+    config.queue = fStreamQueue.get();
+    config.handler = [this](FrameStatus status, uint64_t time, Surface* surface) {
+        onStreamFrame(status, time, surface);
+    };
+    fStream = Current()->createDisplayStream(std::move(config));
+    fRunning = fStream && fStream->Start();
+    return fRunning;
+}
+
+bool MacCaptureSource::stop() {
+    bool stopped = false;
+    if (fStream && fStream->Stop()) {
+        std::unique_lock lock(fCondition);
+        // The stream's Stopped status clears `running` and signals. A stream
+        // that never answers must not hang the host forever.
+        fStopped.wait_for(lock, std::chrono::seconds(5), [this] { return !fRunning; });
+        fStream.reset();
+        stopped = true;
+    }
+    if (fDisplayLink) {
+        fDisplayLink->Stop();
+        fDisplayLink.reset();
+        fRunning = false;
+    }
+    return stopped;
+}
+
 void MacCaptureSource::registerObserver(MacCaptureObserver* observer) {
     std::lock_guard lock(fObserverLock);
     fObservers.push_back(observer);
+    if (!fFeedQueue) fFeedQueue = std::make_unique<zQueue>(fSourceID + "_feed_detection_thread");
+    fFeedQueue->Async([this] { feedDetectionLoop(); });
 }
 
 void MacCaptureSource::removeObserver(MacCaptureObserver* observer) {
@@ -55,9 +155,29 @@ void MacCaptureSource::removeObserver(MacCaptureObserver* observer) {
         fObservers.erase(it);
 }
 
-std::vector<MacCaptureObserver*> MacCaptureSource::observers() const {
+void MacCaptureSource::feedDetectionLoop() {
+    for (;;) {
+        {
+            std::lock_guard lock(fObserverLock);
+            if (fObservers.empty()) return;
+            if (!fRunning) send_no_video_feed_message();
+        }
+        fFeedWake.Wait(kFeedCheckIntervalMicros);
+    }
+}
+
+void MacCaptureSource::send_no_video_feed_message() {
+    const auto now = uint64_t(zTime::MicroNow());
+    for (MacCaptureObserver* observer : fObservers)
+        observer->receivedScreenFrame(kNoFeedWidth, kNoFeedHeight, now, fNoFeedSurface.get());
+}
+
+void MacCaptureSource::send_surface_to_observers(Surface* surface, uint64_t time) {
+    // Under the observer lock, so an observer registered meanwhile cannot
+    // move the list under this walk.
     std::lock_guard lock(fObserverLock);
-    return fObservers;
+    for (MacCaptureObserver* observer : fObservers)
+        observer->receivedScreenFrame(int(fOutputWidth), int(fOutputHeight), time, surface);
 }
 
 } // namespace MC

@@ -34,6 +34,24 @@ void MacCaptureSourceSDKInfo::ProcessAudioData(void* data, int size) {
     if (audioCallback && audioContext) audioCallback(audioContext, &audioBuffer);
 }
 
+void MacCaptureSourceSDKInfo::receivedScreenFrame(int, int, unsigned long long time,
+                                                  qcp::platform::Surface* surface) {
+    if (!surface) return;
+    const qcp::platform::SurfaceProperties& properties = surface->properties();
+    videoBuffer.format = QCP_VIDEO_FORMAT_IOSURFACE;
+    videoBuffer.width = properties.width;
+    videoBuffer.height = properties.height;
+    videoBuffer.bytesPerRow = properties.bytesPerRow;
+    videoBuffer.elementAspect = float(properties.elementWidth) / float(properties.elementHeight);
+    videoBuffer.timeStamp = time;
+    videoBuffer.one = 1;
+    // The id lives on this stack frame, which outlasts the callback.
+    uint32_t surfaceID = surface->id();
+    videoBuffer.surfaceId = &surfaceID;
+    if (videoCallback && videoContext) videoCallback(videoContext, &videoBuffer);
+    videoBuffer.surfaceId = nullptr;
+}
+
 void MacCaptureSourceSDKInfo::NotifySourceSettingsChanged() const {
     if (sourceChangedCallback && sourceChangedContext)
         sourceChangedCallback(sourceChangedContext, QCP_EVENT_SETTINGS_CHANGED);

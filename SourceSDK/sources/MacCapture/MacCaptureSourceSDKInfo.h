@@ -21,6 +21,10 @@ public:
     ~MacCaptureSourceSDKInfo() override;
 
     void ProcessAudioData(void* data, int size) override;
+    // Fills the video record in place from the surface and hands it to the
+    // host; frames without a surface are not delivered.
+    void receivedScreenFrame(int width, int height, unsigned long long time,
+                             qcp::platform::Surface* surface) override;
 
     // Tells the host that the source's settings changed ('kset').
     void NotifySourceSettingsChanged() const;

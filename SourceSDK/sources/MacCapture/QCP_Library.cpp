@@ -4,6 +4,7 @@
 #include "CommonSDKVariables.h"
 #include "EntryPointSupport.h"
 #include "MacCaptureLogging.h"
+#include "MacCaptureWindowManager.h"
 #include "PlatformSelection.h"
 #include "PluginGlobals.h"
 #include "QCP_API.h"
@@ -31,8 +32,8 @@ int QCP_IntitializeLibrary(void) {
         g_pMacCaptureManager = new MC::MacCaptureManager();
         g_MacSystemAudioCapture = new MC::SystemAudioDevice();
         MC::initializeMacCaptureLogging();
-        // The window inventory's first refresh and the system audio driver's
-        // start-up join here, in that order, with their subsystems.
+        MC::MacCaptureWindowManager::initializeMacCaptureWindowMgr();
+        // The system audio driver starts up here once the audio chain exists.
         if (!CSDK::isInitialized()) CSDK::initialize();
         return 1;
     });
@@ -46,6 +47,7 @@ void QCP_UninitializeLibrary(void) {
         delete g_MacSystemAudioCapture;
         g_MacSystemAudioCapture = nullptr;
         MC::shutdownMacCaptureLogging();
+        MC::MacCaptureWindowManager::shutdownMacCaptureWindowMgr();
         CSDK::uninitialize();
     });
 }

@@ -3,6 +3,7 @@
 
 #include "CommonSDKVariables.h"
 #include "EntryPointSupport.h"
+#include "MacCaptureWindowManager.h"
 #include "PluginGlobals.h"
 #include "QCP_API.h"
 
@@ -103,9 +104,12 @@ void QCP_RegisterAudioDataArrivedCallback(const char* deviceId, const char* sour
 }
 
 int QCP_ShowCustomConfigDialog(const char* deviceId, const char*, int) {
-    // The screen device's selection dialog (an inventory refresh, then the
-    // display, window or game chooser) is shown here once it exists.
-    (void)deviceId;
+    qcp::Guarded(__func__, [&] {
+        if (IsAudioDevice(deviceId)) return;
+        MC::MacCaptureWindowManager::refreshLists();
+        // The display, window and game chooser opens here once the selection
+        // dialog exists.
+    });
     return 1;
 }
 

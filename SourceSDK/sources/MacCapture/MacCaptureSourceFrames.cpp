@@ -1,0 +1,102 @@
+// Display and region capture: the stream's frames, and the render loop that
+// draws the cursor into them about sixty times a second.
+#include <thread>
+
+#include "CursorGeometry.h"
+#include "MacCaptureDisplayUtils.h"
+#include "MacCaptureSource.h"
+#include "Platform.h"
+
+namespace MC {
+
+using namespace qcp::platform;
+
+void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, Surface* surface) {
+    switch (status) {
+    case FrameStatus::Complete:
+        if (!fShowCursor) {
+            send_surface_to_observers(surface, displayTime);
+        } else if (!fRenderQueue) {
+            fLatestSurface = SurfaceRef::Retain(surface);
+            fRenderQueue = std::make_unique<zQueue>(fSourceID);
+            fRenderLock = zCritical::Factory();
+            fRenderDone = zSignal::Factory();
+            fRenderQueue->Async([this] { renderLoop(); });
+        } else {
+            zLocker lock(*fRenderLock);
+            fLatestSurface = SurfaceRef::Retain(surface);
+        }
+        break;
+    case FrameStatus::Stopped: {
+        stopRenderLoop();
+        std::lock_guard lock(fCondition);
+        fRunning = false;
+        fStopped.notify_all();
+        break;
+    }
+    case FrameStatus::Idle:
+    case FrameStatus::Blank:
+        break;
+    }
+}
+
+void MacCaptureSource::stopRenderLoop() {
+    if (!fRenderQueue) return;
+    {
+        zLocker lock(*fRenderLock);
+        fComposedSurface.reset();
+    }
+    fRenderDone->Wait(-1);
+    fRenderQueue->Sync([] {});
+    fRenderQueue.reset();
+    fRenderDone.reset();
+    fRenderLock.reset();
+    fLatestSurface.reset();
+}
+
+void MacCaptureSource::renderLoop() {
+    for (bool first = true;; first = false) {
+        {
+            zLocker lock(*fRenderLock);
+            if (!first && !fComposedSurface) break;
+            fComposedSurface = copy_iosurface_and_render_mouse(fLatestSurface.get(), std::move(fComposedSurface));
+            send_surface_to_observers(fComposedSurface.get(), 0);
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(kRenderIntervalMicros));
+        zLocker lock(*fRenderLock);
+        if (!fComposedSurface) break;
+    }
+    fRenderDone->Raise();
+}
+
+SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, SurfaceRef output) {
+    if (!source || source->width() == 0 || source->height() == 0) return {};
+    const SurfaceProperties& wanted = source->properties();
+    const bool reusable = output && output->allocSize() == wanted.allocSize && output->width() == wanted.width &&
+                          output->height() == wanted.height && output->bytesPerRow() == wanted.bytesPerRow &&
+                          output->properties().elementWidth == wanted.elementWidth &&
+                          output->properties().bytesPerElement == wanted.bytesPerElement &&
+                          output->properties().pixelFormat == wanted.pixelFormat;
+    if (!reusable) output = SurfaceRef::Adopt(Current()->createSurface(wanted));
+    if (!output) return {};
+    Current()->compositor().copySurface(*source, *output);
+    render_cursor_to_current_surface(*output);
+    return output;
+}
+
+void MacCaptureSource::render_cursor_to_current_surface(Surface& target) {
+    const std::optional<ScreenInfo> screen = screenFromDisplayID(fDisplayID);
+    const std::vector<ScreenInfo> screens = Current()->screens().list();
+    if (!screen || screens.empty()) return;
+    const CursorImage cursor = Current()->cursor().currentCursor();
+    if (!cursor.image) return;
+    const Rect where = CursorGeometry::ForDisplay(screen->frame, screens[0].frame, getCaptureFrame(),
+                                                  Current()->cursor().mouseLocation(),
+                                                  {cursor.width, cursor.height, cursor.hotSpot});
+    // Points against pixels, unscaled, as the geometry intends.
+    const Rect bounds{0, 0, double(target.width()), double(target.height())};
+    if (!where.Intersects(bounds)) return;
+    Current()->compositor().drawImage(target, *cursor.image, CursorGeometry::FlipToTopLeft(where, target.height()));
+}
+
+} // namespace MC

@@ -1,0 +1,61 @@
+// Window capture: on every refresh of the display, the window is looked up by
+// number, imaged alone, copied into the reused surface and, when asked, the
+// cursor is drawn over it with the window's own geometry.
+#include "CursorGeometry.h"
+#include "MacCaptureDisplayUtils.h"
+#include "MacCaptureObserver.h"
+#include "MacCaptureSource.h"
+#include "MacCaptureWindowManager.h"
+#include "Platform.h"
+
+namespace MC {
+
+using namespace qcp::platform;
+
+void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
+    MacCaptureWindowManager::lockRefresh();
+    // A window closed or dropped by the last refresh sends nothing.
+    const ImageRef image = MacCaptureWindowManager::getWindowForID(int(fWindowInfo.windowID))
+                               ? Current()->windowServer().windowImage(fWindowInfo.windowID)
+                               : nullptr;
+    if (image) {
+        fWindowInfo.surface = copyCGImageRefToIOSurface(*image, fWindowInfo.surface);
+        if (fWindowInfo.surface) {
+            if (fWindowInfo.showCursor) drawWindowCursor(*fWindowInfo.surface, fWindowInfo.windowID);
+            std::lock_guard lock(fObserverLock);
+            for (MacCaptureObserver* observer : fObservers)
+                if (observer)
+                    observer->receivedScreenFrame(int(fWindowInfo.outputWidth), int(fWindowInfo.outputHeight),
+                                                  uint64_t(videoTime), fWindowInfo.surface.get());
+        }
+    }
+    MacCaptureWindowManager::unlockRefresh();
+}
+
+void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {
+    Platform& platform = *Current();
+    const std::optional<WindowInfo> entry = platform.windowServer().window(windowID);
+    const std::vector<ScreenInfo> screens = platform.screens().list();
+    if (!entry || screens.empty() || entry->bounds.width <= 0) return;
+    // Only while the mouse is on the screen that shows the window.
+    const Point mouse = platform.cursor().mouseLocation();
+    const ScreenInfo* mouseScreen = nullptr;
+    for (const ScreenInfo& screen : screens)
+        if (screen.frame.Contains(mouse)) {
+            mouseScreen = &screen;
+            break;
+        }
+    const MacCaptureDisplay* display = MacCaptureWindowManager::displayForRect(entry->bounds, nullptr);
+    const std::optional<ScreenInfo> windowScreen = display ? screenFromDisplayID(display->displayID) : std::nullopt;
+    if (!mouseScreen || !windowScreen || windowScreen->displayID != mouseScreen->displayID) return;
+
+    const CursorImage cursor = platform.cursor().currentCursor();
+    if (!cursor.image) return;
+    const double scale = surface.width() / entry->bounds.width;
+    const Rect where = CursorGeometry::ForWindow(entry->bounds, screens[0].frame, scale, mouse,
+                                                 {cursor.width, cursor.height, cursor.hotSpot});
+    if (!where.Intersects({0, 0, double(surface.width()), double(surface.height())})) return;
+    platform.compositor().drawImage(surface, *cursor.image, CursorGeometry::FlipToTopLeft(where, surface.height()));
+}
+
+} // namespace MC

@@ -1,0 +1,127 @@
+// A capture source over the simulated desktop, seen from its observer.
+#include <algorithm>
+#include <thread>
+
+#include "CaptureFixture.h"
+#include "MacCaptureWindowManager.h"
+
+using namespace std::chrono_literals;
+using qcp::platform::sim::ReadStamp;
+
+TEST_F(CaptureTest, DisplayNeedsAFrameFirst) {
+    MC::MacCaptureSource source("s", "name");
+    EXPECT_FALSE(source.setCaptureDisplay(kDisplay));
+    EXPECT_TRUE(source.setCaptureFrame(0, 0, 1920, 1080));
+    EXPECT_TRUE(source.setCaptureDisplay(kDisplay));
+    EXPECT_FALSE(source.setCaptureWindow(0, 0));
+    EXPECT_EQ(source.getCaptureFrame(), (zRect{0, 0, 1920, 1080}));
+}
+
+TEST_F(CaptureTest, DisplayFramesComeAtTheFrameSizeWhenNoOutputSizeIsSet) {
+    RecordingObserver observer;
+    MC::MacCaptureSource source("s", "name");
+    source.registerObserver(&observer);
+    source.setCaptureFrame(0, 0, 1920, 1080);
+    ASSERT_TRUE(source.setCaptureDisplay(kDisplay));
+    ASSERT_TRUE(source.start());
+    world().TouchDisplay(kDisplay);
+    auto frames = observer.WaitFor(1, [](const SeenFrame& f) { return f.stamp && f.stamp->identity == kDisplay; });
+    auto video = std::find_if(frames.begin(), frames.end(), [](auto& f) { return f.stamp; });
+    ASSERT_NE(video, frames.end());
+    EXPECT_EQ(video->width, 1920);
+    EXPECT_EQ(video->height, 1080);
+    EXPECT_EQ(video->surfaceWidth, 1920u);
+    EXPECT_EQ(video->surfaceHeight, 1080u);
+    EXPECT_GT(video->time, 0u) << "without the cursor the stream's display time goes out";
+    EXPECT_TRUE(source.isRunng());
+    EXPECT_TRUE(source.stop());
+    EXPECT_FALSE(source.isRunng());
+    source.removeObserver(&observer);
+    source.removeObserver(&observer); // harmless
+}
+
+TEST_F(CaptureTest, RegionDeliversTheRegionsContent) {
+    world().AddProcess(10, "App");
+    const uint32_t window = world().OpenWindow(10, "W", {150, 150, 400, 300});
+    RecordingObserver observer;
+    observer.keepPixels = true;
+    MC::MacCaptureSource source("s", "name");
+    source.registerObserver(&observer);
+    source.setCaptureFrame(100, 100, 200, 150);
+    source.setOutputSize(200, 150);
+    source.setCaptureDisplay(kDisplay);
+    ASSERT_TRUE(source.start());
+    auto frames = observer.WaitFor(1, [](auto& f) { return f.surfaceWidth == 200; });
+    auto region = std::find_if(frames.begin(), frames.end(), [](auto& f) { return f.surfaceWidth == 200; });
+    ASSERT_NE(region, frames.end());
+    ASSERT_EQ(region->surfaceHeight, 150u);
+    // The window's corner at (150, 150) lies at (50, 50) of the region.
+    auto stamp = ReadStamp(region->pixels.data(), 200 * 4, 200, 150, 50, 50);
+    ASSERT_TRUE(stamp);
+    EXPECT_EQ(stamp->identity, window);
+    source.stop();
+}
+
+TEST_F(CaptureTest, WithTheCursorFramesGoOutAtTimeZeroAboutSixtyTimesASecond) {
+    RecordingObserver observer;
+    MC::MacCaptureSource source("s", "name");
+    source.setShowCursor(true);
+    source.registerObserver(&observer);
+    source.setCaptureFrame(0, 0, 1920, 1080);
+    source.setCaptureDisplay(kDisplay);
+    ASSERT_TRUE(source.start());
+    // One stream frame is enough: the render loop repeats it with the cursor.
+    auto frames = observer.WaitFor(12, [](auto& f) { return f.stamp && f.time == 0; });
+    EXPECT_GE(std::count_if(frames.begin(), frames.end(), [](auto& f) { return f.stamp && f.time == 0; }), 12);
+    source.stop();
+    observer.Clear();
+    std::this_thread::sleep_for(100ms);
+    EXPECT_TRUE(std::none_of(observer.Frames().begin(), observer.Frames().end(),
+                             [](auto& f) { return f.stamp.has_value(); }))
+        << "the render loop ends with the stream";
+}
+
+TEST_F(CaptureTest, NoFeedFramesOnlyWhileObservedAndNotRunning) {
+    RecordingObserver observer;
+    {
+        MC::MacCaptureSource unobserved("quiet", "name");
+        std::this_thread::sleep_for(50ms);
+    }
+    MC::MacCaptureSource source("s", "name");
+    source.registerObserver(&observer);
+    auto frames = observer.WaitFor(1);
+    ASSERT_EQ(frames.size(), 1u);
+    EXPECT_EQ(frames[0].width, 1280);
+    EXPECT_EQ(frames[0].height, 720);
+    EXPECT_EQ(frames[0].surfaceWidth, 1280u);
+    EXPECT_EQ(frames[0].surfaceHeight, 720u);
+    EXPECT_FALSE(frames[0].stamp) << "an empty transparent picture";
+    EXPECT_GT(frames[0].time, 0u);
+}
+
+TEST_F(CaptureTest, ClosedWindowSendsNoFramesAtAll) {
+    world().AddProcess(10, "App");
+    const uint32_t window = world().OpenWindow(10, "W", {100, 100, 320, 200});
+    MC::MacCaptureWindowManager::refreshLists();
+    RecordingObserver observer;
+    MC::MacCaptureSource source("s", "name");
+    source.registerObserver(&observer);
+    source.setCaptureFrame(100, 100, 320, 200);
+    source.setCaptureDisplay(kDisplay);
+    source.setCaptureWindow(int(window), 33333);
+    ASSERT_TRUE(source.start());
+    auto frames = observer.WaitFor(2, [&](auto& f) { return f.stamp && f.stamp->identity == window; });
+    auto first = std::find_if(frames.begin(), frames.end(), [](auto& f) { return f.stamp; });
+    ASSERT_NE(first, frames.end());
+    EXPECT_EQ(first->width, 0) << "the window path passes the output size as set";
+    EXPECT_EQ(first->height, 0);
+    EXPECT_EQ(first->surfaceWidth, 320u);
+
+    world().CloseWindow(window);
+    MC::MacCaptureWindowManager::refreshLists();
+    std::this_thread::sleep_for(50ms);
+    observer.Clear();
+    std::this_thread::sleep_for(200ms);
+    EXPECT_TRUE(observer.Frames().empty());
+    source.stop();
+}

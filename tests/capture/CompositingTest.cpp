@@ -1,0 +1,94 @@
+// Cursor compositing with exact pixels.
+#include <cstring>
+
+#include "CaptureFixture.h"
+#include "Platform.h"
+
+using namespace qcp::platform;
+
+namespace {
+constexpr uint32_t kCursorColour = 0xFF00FF00; // opaque green, B G R A = 00 FF 00 FF
+
+SurfaceRef BlankSurface(uint32_t width, uint32_t height) {
+    SurfaceProperties properties;
+    properties.width = width;
+    properties.height = height;
+    properties.bytesPerRow = width * 4;
+    properties.allocSize = size_t(properties.bytesPerRow) * height;
+    return SurfaceRef::Adopt(Surface::Create(properties));
+}
+
+uint32_t PixelAt(const Surface& surface, uint32_t x, uint32_t y) {
+    uint32_t pixel;
+    std::memcpy(&pixel, surface.baseAddress() + size_t(y) * surface.bytesPerRow() + x * 4, 4);
+    return pixel;
+}
+
+class CompositingTest : public CaptureTest {
+protected:
+    void SetUp() override {
+        CaptureTest::SetUp();
+        // A 4 x 4 point cursor with its hot spot at its corner.
+        std::vector<uint8_t> pixels(4 * 4 * 4);
+        for (size_t i = 0; i < 16; ++i) std::memcpy(&pixels[i * 4], &kCursorColour, 4);
+        world().SetCursorImage({std::make_shared<Image>(4, 4, 16, std::move(pixels)), 4, 4, {0, 0}});
+        source = std::make_unique<MC::MacCaptureSource>("s", "name");
+        source->setCaptureFrame(0, 0, 1920, 1080);
+        source->setCaptureDisplay(kDisplay);
+    }
+    void TearDown() override {
+        source.reset();
+        CaptureTest::TearDown();
+    }
+    std::unique_ptr<MC::MacCaptureSource> source;
+};
+} // namespace
+
+TEST_F(CompositingTest, CursorLandsWhereTheGeometrySays) {
+    // Mouse at (100, 200) from the top-left: y up that is 880. The cursor's
+    // top edge lands at 200 - 0 + half its height - its height = 198.
+    world().SetMouse({100, 880});
+    SurfaceRef frame = BlankSurface(1920, 1080);
+    SurfaceRef out = source->copy_iosurface_and_render_mouse(frame.get(), {});
+    ASSERT_TRUE(out);
+    EXPECT_EQ(PixelAt(*out, 100, 198), kCursorColour);
+    EXPECT_EQ(PixelAt(*out, 103, 201), kCursorColour);
+    EXPECT_EQ(PixelAt(*out, 99, 198), 0u);
+    EXPECT_EQ(PixelAt(*out, 100, 202), 0u);
+    EXPECT_EQ(PixelAt(*out, 104, 198), 0u);
+}
+
+TEST_F(CompositingTest, OnADoubleScaleDisplayTheOffsetIsNotScaled) {
+    world().SetBackingScale(kDisplay, 2.0);
+    world().SetMouse({100, 880});
+    SurfaceRef frame = BlankSurface(3840, 2160);
+    SurfaceRef out = source->copy_iosurface_and_render_mouse(frame.get(), {});
+    ASSERT_TRUE(out);
+    // Half the offset in a frame twice as large: bottom-up from 2160.
+    const uint32_t top = 2160 - 878 - 4;
+    EXPECT_EQ(PixelAt(*out, 100, top), kCursorColour);
+    EXPECT_EQ(PixelAt(*out, 200, 2 * 198), 0u);
+}
+
+TEST_F(CompositingTest, MouseOutsideTheFrameLeavesItUnchanged) {
+    world().SetMouse({5000, 5000});
+    SurfaceRef frame = BlankSurface(1920, 1080);
+    std::memset(frame->baseAddress(), 0x7F, frame->allocSize());
+    SurfaceRef out = source->copy_iosurface_and_render_mouse(frame.get(), {});
+    ASSERT_TRUE(out);
+    EXPECT_EQ(std::memcmp(out->baseAddress(), frame->baseAddress(), frame->allocSize()), 0);
+}
+
+TEST_F(CompositingTest, OutputIsReusedUntilTheSourceSizeChanges) {
+    SurfaceRef frame = BlankSurface(1920, 1080);
+    SurfaceRef first = source->copy_iosurface_and_render_mouse(frame.get(), {});
+    Surface* kept = first.get();
+    SurfaceRef second = source->copy_iosurface_and_render_mouse(frame.get(), std::move(first));
+    EXPECT_EQ(second.get(), kept);
+    SurfaceRef smaller = BlankSurface(1280, 720);
+    SurfaceRef third = source->copy_iosurface_and_render_mouse(smaller.get(), std::move(second));
+    ASSERT_TRUE(third);
+    EXPECT_NE(third.get(), kept);
+    EXPECT_EQ(third->width(), 1280u);
+    EXPECT_FALSE(source->copy_iosurface_and_render_mouse(nullptr, {}));
+}
