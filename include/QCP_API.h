@@ -137,6 +137,22 @@ QCP_EXPORT int QCP_GetValidParameterValues(const char* deviceId, const char* sou
 QCP_EXPORT int QCP_GetProperty(void* context, QCP_PropertyCallback callback, const char* property,
                                const char* deviceId, const char* sourceId);
 
+/* Frame surfaces, for hosts on systems without IOSurface. A video frame
+ * names its surface by id; look it up (which retains it), lock it while
+ * reading its pixels (32-bit, premultiplied alpha, B G R A in memory), then
+ * unlock and release it. A surface stays valid while retained. */
+typedef struct QCP_Surface QCP_Surface;
+QCP_EXPORT QCP_Surface* QCP_SurfaceLookup(uint32_t surfaceId); /* null when gone */
+QCP_EXPORT void QCP_SurfaceRetain(QCP_Surface* surface);
+QCP_EXPORT void QCP_SurfaceRelease(QCP_Surface* surface);
+QCP_EXPORT void QCP_SurfaceLock(QCP_Surface* surface);
+QCP_EXPORT void QCP_SurfaceUnlock(QCP_Surface* surface);
+QCP_EXPORT const void* QCP_SurfaceGetBaseAddress(QCP_Surface* surface);
+QCP_EXPORT uint32_t QCP_SurfaceGetWidth(QCP_Surface* surface);
+QCP_EXPORT uint32_t QCP_SurfaceGetHeight(QCP_Surface* surface);
+QCP_EXPORT uint32_t QCP_SurfaceGetBytesPerRow(QCP_Surface* surface);
+QCP_EXPORT uint32_t QCP_SurfaceGetPixelFormat(QCP_Surface* surface);
+
 /* Host services; these two may be called before QCP_IntitializeLibrary. */
 QCP_EXPORT void QCP_RegisterLocalizeStringCallback(QCP_LocalizeStringCallback callback);
 QCP_EXPORT void QCP_RegisterPreferenceCallback(QCP_GetPreferenceCallback getCallback,

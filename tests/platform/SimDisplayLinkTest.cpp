@@ -24,6 +24,7 @@ protected:
     void SetUp() override {
         platform.world().AddScreen({5, {0, 0, 800, 600}, 1.0, "Only", 75});
         platform.world().Clock().SetStepped(true);
+        gNow = 1'000'000;
         zTime::SetSource(&ManualNow);
     }
     void TearDown() override { zTime::SetSource(nullptr); }

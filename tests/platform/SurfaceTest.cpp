@@ -67,10 +67,9 @@ TEST(Surface, ConcurrentLookupsAndReleasesNeverHandOutADyingSurface) {
     std::atomic<bool> done{false};
     std::thread reader([&] {
         while (!done) {
-            if (Surface* found = Surface::Lookup(current.load())) {
+            if (SurfaceRef found = SurfaceRef::Adopt(Surface::Lookup(current.load()))) {
                 SurfaceLock lock(*found);
                 found->baseAddress()[0] = 1;
-                found->Release();
             }
         }
     });

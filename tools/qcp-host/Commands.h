@@ -10,5 +10,6 @@ namespace qcphost {
 // exit status.
 int ListCommand(PluginLibrary& plugin);
 int SettingsCommand(PluginLibrary& plugin, const std::vector<std::string>& args);
+int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args);
 
 } // namespace qcphost

@@ -22,6 +22,10 @@ Commands:
   settings get SOURCE          the settings record of a new source SOURCE
   settings set SOURCE XML      applies a settings record (XML text, or @FILE to
                                read it from a file), then prints the result
+  capture [OPTIONS]            captures for a while and reports the frames that
+                               arrived: --display N, --region L,T,R,B,
+                               --window TITLE --app APP [--game],
+                               --cursor on|off, --duration SECONDS
   help                         this text
 
 Environment:
@@ -33,6 +37,7 @@ int Run(qcphost::PluginLibrary& plugin, const std::vector<std::string>& args) {
     const std::vector<std::string> rest(args.begin() + 1, args.end());
     if (args[0] == "list" && rest.empty()) return qcphost::ListCommand(plugin);
     if (args[0] == "settings") return qcphost::SettingsCommand(plugin, rest);
+    if (args[0] == "capture") return qcphost::CaptureCommand(plugin, rest);
     std::fprintf(stderr, "qcp-host: unknown command '%s'\n\n%s", args[0].c_str(), kUsage);
     return 2;
 }
