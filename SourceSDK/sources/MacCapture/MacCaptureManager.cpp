@@ -47,6 +47,8 @@ MacCaptureSource* MacCaptureManager::addSource(const std::string& id, const std:
 bool MacCaptureManager::removeSource(const std::string& id) {
     auto found = fSourcesByID.find(id);
     if (found == fSourcesByID.end()) return false;
+    // The source's window monitor reads the registry: it goes first.
+    _CaptureWindowMonitor::StopMonitorThreadForSourceID(id);
     fSourcesByID.erase(found);
     auto inOrder = std::find_if(fSourcesInOrder.begin(), fSourcesInOrder.end(),
                                 [&](const auto& record) { return record->source->sourceID() == id; });
@@ -177,6 +179,7 @@ bool MacCaptureManager::getCaptureMonitorAppWindowForSourceID(const std::string&
 void MacCaptureManager::registerNotifySourceChange(const std::string& id, QCP_SourceChangedCallback callback,
                                                    void* context) {
     if (auto* info = _GetCaptureSDKInfo(id)) {
+        zLocker lock(info->callbackLock);
         info->sourceChangedCallback = callback;
         info->sourceChangedContext = context;
     }
@@ -184,6 +187,7 @@ void MacCaptureManager::registerNotifySourceChange(const std::string& id, QCP_So
 
 void MacCaptureManager::registerVideoCallback(const std::string& id, QCP_VideoDataCallback callback, void* context) {
     if (auto* info = _GetCaptureSDKInfo(id)) {
+        zLocker lock(info->callbackLock);
         info->videoCallback = callback;
         info->videoContext = context;
     }
@@ -191,6 +195,7 @@ void MacCaptureManager::registerVideoCallback(const std::string& id, QCP_VideoDa
 
 void MacCaptureManager::registerAudioCallback(const std::string& id, QCP_AudioDataCallback callback, void* context) {
     if (auto* info = _GetCaptureSDKInfo(id)) {
+        zLocker lock(info->callbackLock);
         info->audioCallback = callback;
         info->audioContext = context;
     }

@@ -127,10 +127,12 @@ bool MacCaptureSource::startStream() {
 bool MacCaptureSource::stop() {
     bool stopped = false;
     if (fStream && fStream->Stop()) {
-        std::unique_lock lock(fCondition);
-        // The stream's Stopped status clears `running` and signals. A stream
-        // that never answers must not hang the host forever.
-        fStopped.wait_for(lock, std::chrono::seconds(5), [this] { return !fRunning; });
+        {
+            std::unique_lock lock(fCondition);
+            // The stream's Stopped status clears `running` and signals. A
+            // stream that never answers must not hang the host forever.
+            fStopped.wait_for(lock, std::chrono::seconds(5), [this] { return !fRunning; });
+        }
         fStream.reset();
         stopped = true;
     }

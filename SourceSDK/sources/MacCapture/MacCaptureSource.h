@@ -114,8 +114,8 @@ private:
     bool fHasSourceRect = false;
     std::unique_ptr<zQueue> fStreamQueue;
     std::unique_ptr<qcp::platform::DisplayStream> fStream;
-    unsigned int fDisplayID = 0;
-    unsigned int fWindowID = 0;
+    std::atomic<unsigned int> fDisplayID{0}; // re-aimed by the window monitor
+    std::atomic<unsigned int> fWindowID{0};
     MacCaptureWindowUserInfoStruct fWindowInfo;
     long long fWindowUserData = 0;
     std::unique_ptr<qcp::platform::DisplayLink> fDisplayLink;

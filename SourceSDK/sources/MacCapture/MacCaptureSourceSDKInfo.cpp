@@ -14,13 +14,13 @@ MacCaptureSourceSDKInfo::MacCaptureSourceSDKInfo(std::unique_ptr<MacCaptureSourc
 MacCaptureSourceSDKInfo::~MacCaptureSourceSDKInfo() {
     _CaptureWindowMonitor::StopMonitorThreadForSourceID(source->sourceID());
     source.reset();
+    zLocker lock(callbackLock);
     sourceChangedCallback = nullptr;
     videoCallback = nullptr;
     audioCallback = nullptr;
 }
 
 void MacCaptureSourceSDKInfo::ProcessAudioData(void* data, int size) {
-    WriteAudioPacketHeader(audioBuffer);
     const int rounded = RoundToWholeFrames(size);
     if (rounded != size || !captureAudio.load(std::memory_order_relaxed)) {
         // A malformed packet and a muted source both become silence of the
@@ -29,6 +29,8 @@ void MacCaptureSourceSDKInfo::ProcessAudioData(void* data, int size) {
         data = alloca(size_t(rounded > 0 ? rounded : 0) + 1);
         std::memset(data, 0, size_t(rounded > 0 ? rounded : 0));
     }
+    zLocker lock(callbackLock);
+    WriteAudioPacketHeader(audioBuffer);
     audioBuffer.dataBytes = uint32_t(rounded > 0 ? rounded : 0);
     audioBuffer.data = data;
     if (audioCallback && audioContext) audioCallback(audioContext, &audioBuffer);
@@ -37,6 +39,7 @@ void MacCaptureSourceSDKInfo::ProcessAudioData(void* data, int size) {
 void MacCaptureSourceSDKInfo::receivedScreenFrame(int, int, unsigned long long time,
                                                   qcp::platform::Surface* surface) {
     if (!surface) return;
+    zLocker lock(callbackLock);
     const qcp::platform::SurfaceProperties& properties = surface->properties();
     videoBuffer.format = QCP_VIDEO_FORMAT_IOSURFACE;
     videoBuffer.width = properties.width;
@@ -52,7 +55,8 @@ void MacCaptureSourceSDKInfo::receivedScreenFrame(int, int, unsigned long long t
     videoBuffer.surfaceId = nullptr;
 }
 
-void MacCaptureSourceSDKInfo::NotifySourceSettingsChanged() const {
+void MacCaptureSourceSDKInfo::NotifySourceSettingsChanged() {
+    zLocker lock(callbackLock);
     if (sourceChangedCallback && sourceChangedContext)
         sourceChangedCallback(sourceChangedContext, QCP_EVENT_SETTINGS_CHANGED);
 }

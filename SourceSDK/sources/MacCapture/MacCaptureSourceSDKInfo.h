@@ -6,6 +6,7 @@
 #include "MacCaptureObserver.h"
 #include "MacCaptureSource.h"
 #include "QCP_API.h"
+#include "zCritical.h"
 #include "zRect.h"
 
 namespace MC {
@@ -27,13 +28,16 @@ public:
                              qcp::platform::Surface* surface) override;
 
     // Tells the host that the source's settings changed ('kset').
-    void NotifySourceSettingsChanged() const;
+    void NotifySourceSettingsChanged();
 
     void enableRegionCapture(const zRect* region);
     void disableRegionCapture() { captureMode = kCaptureWholeDisplay; }
     bool isCapturingRegion() const { return captureMode == kCaptureRegion; }
     eCaptureMode getCaptureMode() const { return captureMode; }
 
+    // The host may register a callback while frames and packets arrive on
+    // capture threads: each pair changes and is called under its own lock.
+    zCritical callbackLock;
     QCP_SourceChangedCallback sourceChangedCallback = nullptr;
     void* sourceChangedContext = nullptr;
     QCP_VideoDataCallback videoCallback = nullptr;
