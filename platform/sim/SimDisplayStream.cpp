@@ -80,8 +80,7 @@ SurfaceRef SimDisplayStream::FreePoolSurface() {
 
 void SimDisplayStream::Tick() {
     if (fEnded) return;
-    const std::optional<SimWorld::DisplayScene> scene = fWorld.Scene(fConfig.displayID);
-    if (!scene) {
+    if (!fWorld.FillScene(fConfig.displayID, fScene)) {
         // Unplugged: the run ends as real streams end it.
         fEnded = true;
         fWorld.CounterSet().runningStreams.fetch_sub(1);
@@ -89,13 +88,13 @@ void SimDisplayStream::Tick() {
         return;
     }
     if (fWorld.StreamsStalled()) return;
-    if (scene->asleep) {
+    if (fScene.asleep) {
         if (!fBlankSent) Post(FrameStatus::Blank, {});
         fBlankSent = true;
         return;
     }
     fBlankSent = false;
-    if (fDelivered && scene->counter == fLastCounter) {
+    if (fDelivered && fScene.counter == fLastCounter) {
         if (!fIdleSent) Post(FrameStatus::Idle, {});
         fIdleSent = true;
         return;
@@ -105,8 +104,8 @@ void SimDisplayStream::Tick() {
         fWorld.CounterSet().framesDropped.fetch_add(1);
         return;
     }
-    SimPainter::PaintDisplay(*scene, fConfig.sourceRect, *surface);
-    fLastCounter = scene->counter;
+    SimPainter::PaintDisplay(fScene, fConfig.sourceRect, *surface);
+    fLastCounter = fScene.counter;
     fDelivered = true;
     fIdleSent = false;
     Post(FrameStatus::Complete, std::move(surface));

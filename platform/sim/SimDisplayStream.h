@@ -54,6 +54,7 @@ private:
     std::atomic<bool> fEnded{false};
     // The tick's own state; reset by Start before the ticker runs.
     std::vector<SurfaceRef> fPool;
+    SimWorld::DisplayScene fScene;
     uint32_t fLastCounter = 0;
     bool fDelivered = false; // a frame went out this run
     bool fIdleSent = false;

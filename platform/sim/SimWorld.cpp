@@ -107,6 +107,7 @@ void SimWorld::ReconfigureScreen(uint32_t displayID, const Rect& frame) {
 
 void SimWorld::SetDisplayAsleep(uint32_t displayID, bool asleep) {
     std::lock_guard lock(fMutex);
+    if (std::none_of(fScreens.begin(), fScreens.end(), [&](auto& s) { return s.displayID == displayID; })) return;
     fAsleep[displayID] = asleep;
     Bump(displayID); // waking shows the content afresh
 }
@@ -137,19 +138,25 @@ std::optional<Stamp> SimWorld::DisplayStamp(uint32_t displayID) const {
 }
 
 std::optional<SimWorld::DisplayScene> SimWorld::Scene(uint32_t displayID) const {
+    DisplayScene scene;
+    if (!FillScene(displayID, scene)) return std::nullopt;
+    return scene;
+}
+
+bool SimWorld::FillScene(uint32_t displayID, DisplayScene& scene) const {
     std::lock_guard lock(fMutex);
     auto screen = std::find_if(fScreens.begin(), fScreens.end(), [&](auto& s) { return s.displayID == displayID; });
-    if (screen == fScreens.end()) return std::nullopt;
-    DisplayScene scene;
+    if (screen == fScreens.end()) return false;
     scene.displayID = displayID;
     scene.counter = fDisplayCounters.at(displayID);
     auto asleep = fAsleep.find(displayID);
     scene.asleep = asleep != fAsleep.end() && asleep->second;
     scene.frame = TopLeftFrame(*screen);
+    scene.windows.clear();
     for (auto window = fWindows.rbegin(); window != fWindows.rend(); ++window)
         if (Visible(*window) && window->bounds.Intersects(scene.frame))
             scene.windows.push_back({window->number, window->bounds, window->counter});
-    return scene;
+    return true;
 }
 
 // ---- Processes and windows.

@@ -104,6 +104,9 @@ public:
     std::optional<Stamp> DisplayStamp(uint32_t displayID) const;
     // Everything a stream paints, or none when the display is gone.
     std::optional<DisplayScene> Scene(uint32_t displayID) const;
+    // The same into a scene the caller keeps, so that a stream's ticks reuse
+    // its storage; false when the display is gone.
+    bool FillScene(uint32_t displayID, DisplayScene& scene) const;
 
     // ---- Processes and windows. Numbers are never reused.
     int32_t OwnPID() const { return fOwnPID; }

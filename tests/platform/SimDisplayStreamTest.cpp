@@ -109,6 +109,20 @@ TEST_F(SimDisplayStreamTest, AnUnpluggedDisplayEndsTheRunWithAStoppedStatusOfIts
                                                recorder.Handler()}));
 }
 
+TEST_F(SimDisplayStreamTest, AReconfiguredDisplayKeepsStreamingAtTheOutputSize) {
+    SimStreamRecorder recorder;
+    auto stream = MakeStream(recorder, kSide, 640, 512);
+    stream->Start();
+    world().Clock().Step(2);
+    recorder.Take();
+    world().ReconfigureScreen(kSide, {1920, 336, 1024, 768});
+    world().Clock().Step();
+    const auto deliveries = recorder.Take();
+    ASSERT_EQ(Statuses(deliveries), (std::vector{FrameStatus::Complete}));
+    EXPECT_EQ(deliveries[0].width, 640u);
+    EXPECT_EQ(deliveries[0].stamp, world().DisplayStamp(kSide));
+}
+
 TEST_F(SimDisplayStreamTest, AStalledStreamDeliversNothingButStillAnswersStop) {
     SimStreamRecorder recorder;
     auto stream = MakeStream(recorder, kMain, 64, 36);

@@ -1,17 +1,12 @@
 // `qcp-host list`: the model, devices, sources, applications and windows.
 #include <cstdio>
 
-#include <pugixml.hpp>
-
 #include "Commands.h"
 #include "HostStrings.h"
+#include "WindowCatalogue.h"
 
 namespace qcphost {
 namespace {
-
-void Answer(void* context, QCP_PropertyType type, void* value) {
-    if (type == QCP_PROPERTY_TEXT) *static_cast<std::string*>(context) = static_cast<const char*>(value);
-}
 
 void ListDevices(PluginLibrary& plugin) {
     const int32_t devices = plugin.QCP_GetDeviceCount();
@@ -36,23 +31,16 @@ void ListDevices(PluginLibrary& plugin) {
 }
 
 void ListApplications(PluginLibrary& plugin) {
-    std::string xml;
-    if (!plugin.QCP_GetProperty(&xml, &Answer, "ScreenCaptureAppsAndWindows", QCP_SCREEN_DEVICE_ID, nullptr)) {
+    const WindowCatalogue catalogue = WindowCatalogue::Read(plugin);
+    if (!catalogue.answered) {
         std::printf("applications: (no answer)\n");
         return;
     }
-    pugi::xml_document document;
-    if (!document.load_string(xml.c_str())) {
-        std::printf("applications: (unreadable answer)\n");
-        return;
-    }
-    const pugi::xml_node apps = document.child("apps");
-    std::printf("applications: %u\n", apps.attribute("count").as_uint());
-    for (const pugi::xml_node app : apps.children("app")) {
-        std::printf("  %s  (%s, %u windows)\n", app.attribute("name").value(), app.attribute("id").value(),
-                    app.attribute("windows").as_uint());
-        for (const pugi::xml_node window : app.children("window"))
-            std::printf("    \"%s\"  (%s)\n", window.attribute("name").value(), window.attribute("id").value());
+    std::printf("applications: %zu\n", catalogue.applications.size());
+    for (const WindowCatalogue::Application& app : catalogue.applications) {
+        std::printf("  %s  (%s, %zu windows)\n", app.name.c_str(), app.id.c_str(), app.windows.size());
+        for (const WindowCatalogue::Window& window : app.windows)
+            std::printf("    \"%s\"  (%s)\n", window.title.c_str(), window.id.c_str());
     }
 }
 

@@ -1,0 +1,40 @@
+#include "WindowCatalogue.h"
+
+#include <strings.h>
+
+#include <pugixml.hpp>
+
+namespace qcphost {
+namespace {
+void Answer(void* context, QCP_PropertyType type, void* value) {
+    if (type == QCP_PROPERTY_TEXT) *static_cast<std::string*>(context) = static_cast<const char*>(value);
+}
+} // namespace
+
+WindowCatalogue WindowCatalogue::Read(PluginLibrary& plugin) {
+    WindowCatalogue catalogue;
+    std::string xml;
+    pugi::xml_document document;
+    if (!plugin.QCP_GetProperty(&xml, &Answer, "ScreenCaptureAppsAndWindows", QCP_SCREEN_DEVICE_ID, nullptr) ||
+        !document.load_string(xml.c_str()))
+        return catalogue;
+    catalogue.answered = true;
+    for (const pugi::xml_node app : document.child("apps").children("app")) {
+        Application application{app.attribute("name").value(), app.attribute("id").value(), {}};
+        for (const pugi::xml_node window : app.children("window"))
+            application.windows.push_back({window.attribute("name").value(), window.attribute("id").value()});
+        catalogue.applications.push_back(std::move(application));
+    }
+    return catalogue;
+}
+
+bool WindowCatalogue::Has(const std::string& title, const std::string& application) const {
+    for (const Application& app : applications) {
+        if (strcasecmp(app.name.c_str(), application.c_str()) != 0) continue;
+        for (const Window& window : app.windows)
+            if (strcasecmp(window.title.c_str(), title.c_str()) == 0) return true;
+    }
+    return false;
+}
+
+} // namespace qcphost
