@@ -11,12 +11,7 @@ using namespace qcp::platform;
 
 namespace {
 SurfaceRef MakeFrame(uint32_t width, uint32_t height) {
-    SurfaceProperties properties;
-    properties.width = width;
-    properties.height = height;
-    properties.bytesPerRow = width * 4;
-    properties.allocSize = size_t(properties.bytesPerRow) * height;
-    SurfaceRef surface = SurfaceRef::Adopt(Surface::Create(properties));
+    SurfaceRef surface = SurfaceRef::Adopt(Surface::Create(SurfaceProperties::Packed(width, height)));
     std::memset(surface->baseAddress(), 0x40, surface->allocSize());
     return surface;
 }

@@ -38,6 +38,17 @@ struct SurfaceProperties {
     uint32_t elementHeight = 1;
     uint32_t pixelFormat = kPixelFormatBGRA;
     size_t allocSize = 0; // at least bytesPerRow * height
+
+    // Tightly packed rows of 4-byte pixels.
+    static SurfaceProperties Packed(uint32_t width, uint32_t height, uint32_t pixelFormat = kPixelFormatBGRA) {
+        SurfaceProperties properties;
+        properties.width = width;
+        properties.height = height;
+        properties.bytesPerRow = width * 4;
+        properties.pixelFormat = pixelFormat;
+        properties.allocSize = size_t(properties.bytesPerRow) * height;
+        return properties;
+    }
 };
 
 // A frame buffer shared by id (what IOSurface is on macOS). Every surface has

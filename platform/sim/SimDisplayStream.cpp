@@ -67,13 +67,8 @@ SurfaceRef SimDisplayStream::FreePoolSurface() {
     for (const SurfaceRef& surface : fPool)
         if (surface->RetainCount() == 1) return surface;
     if (fPool.size() == kPoolSize) return {};
-    SurfaceProperties properties;
-    properties.width = fConfig.outputWidth;
-    properties.height = fConfig.outputHeight;
-    properties.bytesPerRow = fConfig.outputWidth * 4;
-    properties.allocSize = size_t(properties.bytesPerRow) * properties.height;
-    properties.pixelFormat = fConfig.pixelFormat;
-    SurfaceRef surface = SurfaceRef::Adopt(Surface::Create(properties));
+    SurfaceRef surface = SurfaceRef::Adopt(
+        Surface::Create(SurfaceProperties::Packed(fConfig.outputWidth, fConfig.outputHeight, fConfig.pixelFormat)));
     if (surface) fPool.push_back(surface);
     return surface;
 }

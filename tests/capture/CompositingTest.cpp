@@ -10,12 +10,7 @@ namespace {
 constexpr uint32_t kCursorColour = 0xFF00FF00; // opaque green, B G R A = 00 FF 00 FF
 
 SurfaceRef BlankSurface(uint32_t width, uint32_t height) {
-    SurfaceProperties properties;
-    properties.width = width;
-    properties.height = height;
-    properties.bytesPerRow = width * 4;
-    properties.allocSize = size_t(properties.bytesPerRow) * height;
-    return SurfaceRef::Adopt(Surface::Create(properties));
+    return SurfaceRef::Adopt(Surface::Create(SurfaceProperties::Packed(width, height)));
 }
 
 uint32_t PixelAt(const Surface& surface, uint32_t x, uint32_t y) {

@@ -33,12 +33,8 @@ void operator delete(void* p) noexcept { std::free(p); }
 void operator delete(void* p, size_t) noexcept { std::free(p); }
 
 TEST_F(CaptureTest, FrameDeliveryToTheHostAllocatesNothing) {
-    qcp::platform::SurfaceProperties properties;
-    properties.width = 1920;
-    properties.height = 1080;
-    properties.bytesPerRow = 1920 * 4;
-    properties.allocSize = size_t(properties.bytesPerRow) * 1080;
-    auto surface = qcp::platform::SurfaceRef::Adopt(qcp::platform::Surface::Create(properties));
+    auto surface = qcp::platform::SurfaceRef::Adopt(
+        qcp::platform::Surface::Create(qcp::platform::SurfaceProperties::Packed(1920, 1080)));
     MC::MacCaptureSourceSDKInfo record(std::make_unique<MC::MacCaptureSource>("s", "name"));
     Seen seen;
     record.videoCallback = &Arrived;

@@ -9,12 +9,7 @@ using namespace qcp::platform::sim;
 
 namespace {
 SurfaceRef MakeSurface(uint32_t width, uint32_t height) {
-    SurfaceProperties properties;
-    properties.width = width;
-    properties.height = height;
-    properties.bytesPerRow = width * 4;
-    properties.allocSize = size_t(width) * height * 4;
-    return SurfaceRef::Adopt(Surface::Create(properties));
+    return SurfaceRef::Adopt(Surface::Create(SurfaceProperties::Packed(width, height)));
 }
 } // namespace
 

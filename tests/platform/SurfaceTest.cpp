@@ -8,14 +8,7 @@
 using namespace qcp::platform;
 
 namespace {
-SurfaceProperties Geometry(uint32_t width, uint32_t height) {
-    SurfaceProperties properties;
-    properties.width = width;
-    properties.height = height;
-    properties.bytesPerRow = width * 4;
-    properties.allocSize = size_t(width) * height * 4;
-    return properties;
-}
+SurfaceProperties Geometry(uint32_t width, uint32_t height) { return SurfaceProperties::Packed(width, height); }
 } // namespace
 
 TEST(Surface, LookupFindsALiveSurfaceAndRetainsIt) {
