@@ -139,6 +139,20 @@ TEST_F(WindowMonitorTest, AReopenedWindowIsCapturedAgain) {
     animate.join();
 }
 
+TEST_F(WindowMonitorTest, AWindowSourceWhoseWindowClosesSendsNothing) {
+    const uint32_t window = world().OpenWindow(4500, "Racer", {200, 100, 640, 480});
+    SetSettings(id, "<settings><parameter name=\"Type\" value=\"1\"/><parameter name=\"capture_window\" "
+                    "value=\"Racer\"/><parameter name=\"capture_app\" value=\"Racer\"/></settings>");
+    ASSERT_TRUE(frames.WaitForSize(640, 480, 1500ms)) << "frames of the window image";
+    world().CloseWindow(window);
+    QCP_ShowCustomConfigDialog(QCP_SCREEN_DEVICE_ID, id.c_str(), 1); // refreshes the inventory
+    std::this_thread::sleep_for(100ms);
+    frames.Clear();
+    std::this_thread::sleep_for(300ms);
+    EXPECT_EQ(frames.Count(), 0u);
+    EXPECT_TRUE(Running()) << "the display link keeps running; it just finds no window";
+}
+
 TEST_F(WindowMonitorTest, RemovingTheSourceEndsItsMonitorAtOnce) {
     SetSettings(id, GameSettings("Racer", "Racer", false));
     std::this_thread::sleep_for(100ms); // the monitor is in its one-second wait
