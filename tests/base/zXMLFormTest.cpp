@@ -99,24 +99,3 @@ TEST(zXMLForm, TheThreeRecordsRoundTripExactly) {
         EXPECT_EQ(parsed, original) << original.Name();
     }
 }
-
-TEST(zXMLForm, ParameterListKeepsOptionsUnderType) {
-    zRecord parsed;
-    ASSERT_TRUE(zXML::ParseBuffer(Write(ParameterListRecord()), parsed));
-    ASSERT_EQ(parsed.Children().size(), 4u);
-    const zRecord& type = *std::next(parsed.Children().begin());
-    EXPECT_EQ(type.AsText("name", ""), "Type");
-    std::vector<int32_t> options;
-    for (const zRecord& option : type.Children()) options.push_back(option.AsInt32("value", -1));
-    EXPECT_EQ(options, (std::vector<int32_t>{0, 1, 2}));
-}
-
-TEST(zXMLForm, HandWrittenSettingsWithOtherSpacingAndQuotesParse) {
-    zRecord parsed;
-    ASSERT_TRUE(zXML::ParseBuffer("<settings><parameter name='cursor' value='NO'/>\r\n"
-                                  "<parameter\tname=\"Type\"   value=\"2\"></parameter></settings>",
-                                  parsed));
-    ASSERT_EQ(parsed.Children().size(), 2u);
-    EXPECT_FALSE(parsed.Children().front().AsBool("value", true));
-    EXPECT_EQ(parsed.Children().back().AsInt32("value", -1), 2);
-}

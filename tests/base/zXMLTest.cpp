@@ -2,20 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 namespace {
 zRecord Sentinel() {
     zRecord record("untouched");
     record.SetText("keep", "me");
     record.AddChild("child");
     return record;
-}
-
-bool RoundTrips(const zRecord& original) {
-    zBuffer buffer;
-    zRecord parsed;
-    return zXML::RecordToBuffer(original, buffer) && zXML::ParseBuffer(buffer.View(), parsed) && parsed == original;
 }
 
 std::string Nested(size_t depth) {
@@ -54,63 +46,37 @@ TEST(zXMLParse, RefusesMalformedTextAndLeavesTheRecordUntouched) {
     }
 }
 
-TEST(zXMLParse, SkipsPrologueCommentsTextInsideAndByteOrderMark) {
-    zRecord record;
-    ASSERT_TRUE(zXML::ParseBuffer("\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE settings>\n"
-                                  "<!-- saved --><settings>stray text<parameter name=\"a\"/><?pi x?></settings>\n",
-                                  record));
-    EXPECT_EQ(record.Name(), "settings");
-    ASSERT_EQ(record.Children().size(), 1u);
-    EXPECT_EQ(record.Children().front().AsText("name", ""), "a");
-}
-
-TEST(zXMLParse, ReplacesAWholeRecordOnSuccess) {
+TEST(zXMLParse, AcceptsWhatSavedOrHandWrittenFilesHoldAndReplacesTheRecord) {
     zRecord record = Sentinel();
-    ASSERT_TRUE(zXML::ParseBuffer("<settings/>", record));
-    EXPECT_EQ(record, zRecord("settings"));
+    ASSERT_TRUE(zXML::ParseBuffer("\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE settings>\n"
+                                  "<!-- saved --><settings>stray text<parameter name='cursor' value='NO'/><?pi x?>\r\n"
+                                  "<parameter\tname=\"Type\"   value=\"2\"></parameter></settings>\n",
+                                  record));
+    zRecord expected("settings");
+    zRecord& cursor = expected.AddChild("parameter");
+    cursor.SetText("name", "cursor");
+    cursor.SetText("value", "NO");
+    zRecord& type = expected.AddChild("parameter");
+    type.SetText("name", "Type");
+    type.SetText("value", "2");
+    EXPECT_EQ(record, expected);
 }
 
-TEST(zXMLParse, AttributeValuesFollowXMLWhitespaceRules) {
-    // Raw line breaks and tabs in an attribute are spaces in XML; only the
-    // character references keep them, and those are what the writer emits.
-    zRecord record;
-    ASSERT_TRUE(zXML::ParseBuffer("<a raw=\"1\n2\t3\" kept=\"1&#10;2&#9;3&#13;\"/>", record));
-    EXPECT_EQ(record.AsText("raw", ""), "1 2 3");
-    EXPECT_EQ(record.AsText("kept", ""), "1\n2\t3\r");
-}
-
-TEST(zXMLRoundTrip, TextsWithMarkupCharactersAndUTF8) {
+TEST(zXMLRoundTrip, EscapesMarkupControlsAndKeepsAnyBytes) {
     zRecord record("settings");
     zRecord& parameter = record.AddChild("parameter");
     parameter.SetText("name", "capture_window");
     parameter.SetText("value", R"(Say "hi" & 'bye' <b>bold</b> ]]> &amp; literally)");
     parameter.SetText("utf8", "Grüße — 窓 🎥");
+    parameter.SetText("invalid", "\xff\xfe\xc3\x28\xe2\x82");
     parameter.SetText("controls", "line\nbreak\r\ntab\tbell\x07 del\x7f");
-    parameter.SetText("empty", "");
     parameter.SetText("spaces", "  leading and trailing  ");
-    EXPECT_TRUE(RoundTrips(record));
-}
-
-TEST(zXMLRoundTrip, NamesAreKeptExactly) {
-    zRecord record("Root.Name-1");
-    record.SetText("ns:attr", "1");
-    record.SetText("_under", "2");
-    record.AddChild("Fenêtre").SetText("été", "3");
-    record.AddChild("a").AddChild("b").AddChild("c");
-    EXPECT_TRUE(RoundTrips(record));
-}
-
-TEST(zXMLRoundTrip, InvalidUTF8PassesThroughUnchanged) {
-    zRecord record("a");
-    record.SetText("v", "\xff\xfe\xc3\x28\xe2\x82");
-    EXPECT_TRUE(RoundTrips(record));
-}
-
-TEST(zXMLWrite, AppendsToTheBufferWithoutBOM) {
+    parameter.SetText("empty", "");
     zBuffer buffer;
-    buffer.Append("kept|");
-    ASSERT_TRUE(zXML::RecordToBuffer(zRecord("settings"), buffer));
-    EXPECT_EQ(buffer.View(), "kept|<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<settings />\n");
+    zRecord parsed;
+    ASSERT_TRUE(zXML::RecordToBuffer(record, buffer));
+    ASSERT_TRUE(zXML::ParseBuffer(buffer.View(), parsed)) << buffer.View();
+    EXPECT_EQ(parsed, record);
 }
 
 TEST(zXMLWrite, RefusesWhatXMLCannotCarryAndLeavesTheBufferUntouched) {
@@ -146,51 +112,4 @@ TEST(zXMLDepth, ReadsAndWritesUpToTheLimitOnly) {
     zBuffer refused;
     EXPECT_FALSE(zXML::RecordToBuffer(deep, refused));
     EXPECT_TRUE(refused.Empty());
-}
-
-TEST(zXMLLarge, WideElementsAndLongValues) {
-    std::string text = "<a";
-    for (int i = 0; i < 50000; ++i) text += " f" + std::to_string(i) + "=\"" + std::to_string(i) + "\"";
-    zRecord record;
-    ASSERT_TRUE(zXML::ParseBuffer(text + "/>", record));
-    ASSERT_EQ(record.Fields().size(), 50000u);
-    EXPECT_EQ(record.Fields().back(), (zRecord::Field{"f49999", "49999"}));
-    EXPECT_FALSE(zXML::ParseBuffer(text + " f123=\"again\"/>", record)); // a repeat far from its first
-
-    zRecord big("a");
-    big.SetText("v", std::string(8 << 20, '&'));
-    EXPECT_TRUE(RoundTrips(big));
-}
-
-// Whatever the reader accepts, the writer must reproduce: any parsed record
-// writes and parses back to itself. Seeded, so a failure repeats.
-TEST(zXMLArbitraryBytes, NeverCrashAndAnythingAcceptedRoundTrips) {
-    const std::string seed = "<?xml version=\"1.0\"?><settings><parameter name=\"Type\" value=\"0\"/>"
-                             "<parameter name=\"w\" value=\"a&amp;b&#10;&quot;c\">t</parameter><!--c--></settings>";
-    const char alphabet[] = "<>/=\"'&;#!?-[] \n\txa1\0\xff\xc3\xa9";
-    std::mt19937 random(20240611);
-    size_t accepted = 0;
-    for (int iteration = 0; iteration < 20000; ++iteration) {
-        std::string text;
-        if (iteration % 4 == 0) {
-            text.resize(random() % 64);
-            for (char& c : text) c = char(random());
-        } else {
-            text = seed;
-            for (int edits = 1 + random() % 4; edits > 0; --edits) {
-                size_t at = random() % (text.size() + 1);
-                char c = alphabet[random() % (sizeof alphabet - 1)];
-                switch (random() % 3) {
-                case 0: text.insert(at, 1, c); break;
-                case 1: if (at < text.size()) text.erase(at, 1); break;
-                default: if (at < text.size()) text[at] = c; break;
-                }
-            }
-        }
-        zRecord record;
-        if (!zXML::ParseBuffer(text, record)) continue;
-        ++accepted;
-        ASSERT_TRUE(RoundTrips(record)) << text;
-    }
-    EXPECT_GT(accepted, 100u); // the mutations must reach the accepting paths too
 }

@@ -52,60 +52,44 @@ protected:
     }
 };
 
-TEST_F(Messages, TraceFormatsAtNoteLevel) {
+TEST_F(Messages, TraceIsAtNoteLevelAndUserLogAtLevelsZeroAndOne) {
     zTrace("Device {} has {} channels, running {}", std::string("Speakers"), 2u, true);
-    ASSERT_EQ(zTraceManager::Default().History().size(), 1u);
     EXPECT_EQ(LastTrace().code, kNote);
     EXPECT_EQ(LastTrace().text, "Device Speakers has 2 channels, running true");
-}
-
-TEST_F(Messages, UserLogAddsAtLevelZeroAndErrorsAtLevelOne) {
-    const char* reason = "busy";
     zUserLog("System Audio Capture: {} started", std::string("driver"));
-    zUserLogError("System Audio Capture: Failed to start {}. {} ({})", std::string("engine"), reason, -50);
-
-    const auto entries = zUserLogHistory::Default()->Entries();
-    ASSERT_EQ(entries.size(), 2u);
-    EXPECT_EQ(entries[0].level, 0);
-    EXPECT_EQ(entries[0].text, "System Audio Capture: driver started");
-    EXPECT_EQ(entries[1].level, 1);
-    EXPECT_EQ(entries[1].text, "System Audio Capture: Failed to start engine. busy (-50)");
+    EXPECT_EQ(LastUserLog().level, 0);
+    EXPECT_EQ(LastUserLog().text, "System Audio Capture: driver started");
+    zUserLogError("System Audio Capture: Failed to start {}. {} ({})", std::string("engine"), "busy", -50);
+    EXPECT_EQ(LastUserLog().level, 1);
+    EXPECT_EQ(LastUserLog().text, "System Audio Capture: Failed to start engine. busy (-50)");
 }
 
-TEST_F(Messages, MismatchedArgumentsEmitTheAssertText) {
-    const std::string error = MissingArgumentError();
-    ASSERT_FALSE(error.empty());
+TEST_F(Messages, AFormattingFaultEmitsItsAssertText) {
+    const std::string mismatch = MissingArgumentError();
+    ASSERT_FALSE(mismatch.empty());
+    const std::string details[] = {"'" + mismatch + "'\n", "'formatter failed'\n", "Unknown Assertion\n"};
 
     zTrace("{} {}", 1);
-    EXPECT_EQ(LastTrace().code, kNote);
-    EXPECT_EQ(LastTrace().text, "zTrace '" + error + "'\n");
-
-    zUserLog("{} {}", 1);
-    EXPECT_EQ(LastUserLog().level, 0);
-    EXPECT_EQ(LastUserLog().text, "zUserLog Assert '" + error + "'\n");
-
-    zUserLogError("{} {}", 1);
-    EXPECT_EQ(LastUserLog().level, 1);
-    EXPECT_EQ(LastUserLog().text, "zUserLog Assert '" + error + "'\n");
-}
-
-TEST_F(Messages, AnyRuntimeErrorWhileFormattingIsDescribed) {
+    EXPECT_EQ(LastTrace().text, "zTrace " + details[0]);
     zTrace("{}", Throwing{true});
-    EXPECT_EQ(LastTrace().text, "zTrace 'formatter failed'\n");
-    zUserLogError("{}", Throwing{true});
-    EXPECT_EQ(LastUserLog().text, "zUserLog Assert 'formatter failed'\n");
-}
-
-TEST_F(Messages, OtherExceptionsEmitTheUnknownAssertionText) {
+    EXPECT_EQ(LastTrace().text, "zTrace " + details[1]);
     zTrace("{}", Throwing{false});
+    EXPECT_EQ(LastTrace().text, "zTrace " + details[2]);
     EXPECT_EQ(LastTrace().code, kNote);
-    EXPECT_EQ(LastTrace().text, "zTrace Unknown Assertion\n");
-    zUserLog("{}", Throwing{false});
-    EXPECT_EQ(LastUserLog().level, 0);
-    EXPECT_EQ(LastUserLog().text, "zUserLog Unknown Assertion\n");
-    zUserLogError("{}", Throwing{false});
-    EXPECT_EQ(LastUserLog().level, 1);
-    EXPECT_EQ(LastUserLog().text, "zUserLog Unknown Assertion\n");
+
+    for (int level : {0, 1}) {
+        auto log = [level](const char* format, const auto&... args) {
+            if (level == 0) zUserLog(format, args...);
+            else zUserLogError(format, args...);
+        };
+        log("{} {}", 1);
+        EXPECT_EQ(LastUserLog().text, "zUserLog Assert " + details[0]) << level;
+        log("{}", Throwing{true});
+        EXPECT_EQ(LastUserLog().text, "zUserLog Assert " + details[1]) << level;
+        log("{}", Throwing{false});
+        EXPECT_EQ(LastUserLog().text, "zUserLog " + details[2]) << level;
+        EXPECT_EQ(LastUserLog().level, level);
+    }
 }
 
 } // namespace

@@ -1,10 +1,8 @@
-// Display naming by index, id and screen record, and copying a picture into a
-// surface.
+// Copying a picture into a surface, reusing the caller's when it fits.
 #include <cstring>
 
 #include "InventoryFixture.h"
 #include "MacCaptureDisplayUtils.h"
-#include "Platform.h"
 
 using qcp::platform::Image;
 using qcp::platform::SurfaceRef;
@@ -37,60 +35,13 @@ bool Holds(const qcp::platform::Surface& surface, const Image& image) {
 
 } // namespace
 
-TEST_F(InventoryTest, IndexesAndIdsFollowTheCurrentScreenList) {
-    EXPECT_EQ(MC::indexFromDisplayID(0), -1);
-    EXPECT_EQ(MC::displayIDFromIndex(0), 0u);
-    world().AddScreen({7, {0, 0, 1920, 1080}, 1.0, "Seven", 60});
-    world().AddScreen({9, {1920, 0, 1280, 1024}, 1.0, std::nullopt, 60});
-
-    EXPECT_EQ(MC::displayIDFromIndex(0), 7u);
-    EXPECT_EQ(MC::displayIDFromIndex(1), 9u);
-    EXPECT_EQ(MC::displayIDFromIndex(2), 0u);
-    EXPECT_EQ(MC::displayIDFromIndex(-1), 0u);
-    EXPECT_EQ(MC::indexFromDisplayID(9), 1);
-    EXPECT_EQ(MC::indexFromDisplayID(0), -1);
-    ASSERT_TRUE(MC::screenFromDisplayID(9));
-    EXPECT_EQ(MC::screenFromDisplayID(9)->frame.width, 1280);
-    EXPECT_EQ(MC::displayName(*MC::screenFromDisplayID(7)), "Seven");
-    EXPECT_EQ(MC::displayName(*MC::screenFromDisplayID(9)), "Unknown");
-    const MC::MacCaptureDisplay record(9, 1280, 1024, "Unknown");
-    ASSERT_TRUE(record.getNSScreenForDisplay());
-    EXPECT_EQ(record.getNSScreenForDisplay()->displayID, 9u);
-
-    // Plugging and unplugging is seen by the next call.
-    world().MoveScreenToIndex(9, 0);
-    EXPECT_EQ(MC::indexFromDisplayID(9), 0);
-    EXPECT_EQ(MC::displayIDFromIndex(1), 7u);
-    world().RemoveScreen(9);
-    EXPECT_FALSE(MC::screenFromDisplayID(9));
-    EXPECT_FALSE(record.getNSScreenForDisplay());
-    EXPECT_EQ(MC::indexFromDisplayID(9), -1);
-    EXPECT_EQ(MC::indexFromDisplayID(7), 0);
-}
-
-TEST_F(InventoryTest, CopyMakesASurfaceShapedLikeThePicture) {
-    const Image picture = Picture(5, 3, 12, 1);
-    const SurfaceRef surface = MC::copyCGImageRefToIOSurface(picture, {});
-    ASSERT_TRUE(surface);
-    const qcp::platform::SurfaceProperties& properties = surface->properties();
-    EXPECT_EQ(properties.width, 5u);
-    EXPECT_EQ(properties.height, 3u);
-    EXPECT_EQ(properties.bytesPerRow, 32u);
-    EXPECT_EQ(properties.allocSize, 96u);
-    EXPECT_EQ(properties.elementWidth, 1u);
-    EXPECT_EQ(properties.bytesPerElement, 4u);
-    EXPECT_EQ(properties.pixelFormat, 32u); // k32ARGBPixelFormat, B G R A in memory
-    EXPECT_EQ(surface->RetainCount(), 1);
-    EXPECT_TRUE(Holds(*surface, picture));
-    // Global: any thread of the process finds it by id.
-    EXPECT_EQ(SurfaceRef::Adopt(qcp::platform::Surface::Lookup(surface->id())).get(), surface.get());
-
-    EXPECT_FALSE(MC::copyCGImageRefToIOSurface(Image(0, 3, 0, {}), {}));
-}
-
 TEST_F(InventoryTest, CopyReusesOnlyASurfaceOfTheSameShape) {
     const SurfaceRef first = MC::copyCGImageRefToIOSurface(Picture(5, 3, 12, 1), {});
     ASSERT_TRUE(first);
+    EXPECT_EQ(first->bytesPerRow(), 32u);
+    EXPECT_EQ(first->pixelFormat(), 32u); // k32ARGBPixelFormat, B G R A in memory
+    EXPECT_EQ(first->RetainCount(), 1);
+    EXPECT_FALSE(MC::copyCGImageRefToIOSurface(Image(0, 3, 0, {}), {}));
 
     const Image same = Picture(5, 3, 12, 90);
     const SurfaceRef reused = MC::copyCGImageRefToIOSurface(same, first);
