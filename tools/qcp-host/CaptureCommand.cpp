@@ -1,7 +1,6 @@
 // `qcp-host capture`: captures a display, a region or a window through the
 // settings record, records what reaches the host's video callback, and
 // reports it.
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -9,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -170,7 +170,8 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
                      options.window.c_str(), options.app.c_str());
         return 2;
     }
-    mkdir(options.output.c_str(), 0755);
+    std::error_code ignored;
+    std::filesystem::create_directories(options.output, ignored);
     if (access(options.output.c_str(), W_OK) != 0) {
         std::fprintf(stderr, "qcp-host: cannot write into %s\n", options.output.c_str());
         return 1;

@@ -82,7 +82,8 @@ bool FrameRecorder::StartVideo(uint32_t width, uint32_t height) {
     const std::string path = fOptions.directory + "/capture.mp4";
     const std::string command = "ffmpeg -loglevel error -y -f rawvideo -pix_fmt bgra -s " + std::to_string(width) +
                                 "x" + std::to_string(height) + " -r " + std::to_string(int(fOptions.frameRate)) +
-                                " -i - -c:v libx264 -preset veryfast -pix_fmt yuv420p '" + path + "'";
+                                " -i - -vf 'pad=ceil(iw/2)*2:ceil(ih/2)*2' -c:v libx264 -preset veryfast -pix_fmt yuv420p '" + path +
+                                "'";
     fVideo = popen(command.c_str(), "w");
     if (!fVideo) {
         fVideoProblem = "ffmpeg could not be started";
@@ -104,7 +105,12 @@ void FrameRecorder::Write(const Frame& frame) {
     }
     if (!fOptions.video || frame.width != fVideoWidth || frame.height != fVideoHeight) return;
     if (!fVideo && fVideoProblem.empty() && !StartVideo(frame.width, frame.height)) return;
-    if (fVideo) std::fwrite(frame.pixels.data(), 1, frame.pixels.size(), fVideo);
+    if (fVideo && std::fwrite(frame.pixels.data(), 1, frame.pixels.size(), fVideo) != frame.pixels.size()) {
+        pclose(fVideo);
+        fVideo = nullptr;
+        fVideoFile.clear();
+        fVideoProblem = "ffmpeg stopped reading frames";
+    }
 }
 
 uint64_t FrameRecorder::dropped() const {

@@ -1,5 +1,6 @@
 // qcp-host: the reference host. Loads the plug-in as a host application would
 // and drives it through its C interface.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <string>
@@ -45,6 +46,8 @@ int Run(qcphost::PluginLibrary& plugin, const std::vector<std::string>& args) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // A recorder whose ffmpeg ended early must not take the host down.
+    std::signal(SIGPIPE, SIG_IGN);
     std::vector<std::string> args(argv + 1, argv + argc);
     std::string pluginPath = qcphost::PluginLibrary::DefaultPath();
     if (args.size() >= 2 && args[0] == "--plugin") {

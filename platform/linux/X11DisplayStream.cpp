@@ -1,0 +1,199 @@
+#include "X11DisplayStream.h"
+
+#include <X11/extensions/Xrandr.h>
+
+#include <cstring>
+
+#include "X11ErrorTrap.h"
+#include "X11Monitors.h"
+#include "zThread.h"
+#include "zTime.h"
+#include "zTraceManager.h"
+
+namespace qcp::platform::x11 {
+namespace {
+// How often the screen is read without a damage report.
+constexpr int64_t kFullRefreshMicros = 1'000'000;
+constexpr uint32_t kTraceNote = 0x6E6F7465; // 'note'
+
+int64_t PeriodFor(double refreshRate) { return int64_t(1e6 / (refreshRate > 0 ? refreshRate : 60)); }
+
+bool Overlap(const XRectangle& area, int left, int top, int width, int height) {
+    return area.x < left + width && left < area.x + area.width && area.y < top + height && top < area.y + area.height;
+}
+} // namespace
+
+std::unique_ptr<X11DisplayStream> X11DisplayStream::Create(std::unique_ptr<X11Connection> connection,
+                                                           DisplayStreamConfig config, double refreshRate) {
+    Display* display = connection->display();
+    std::string why;
+    if (!X11FrameGrabber::Supported(display, why)) {
+        zTraceManager::Default().TraceMessage(kTraceNote, "display stream: " + why);
+        return nullptr;
+    }
+    int damageEventBase = -1, errorBase = 0, major = 0, minor = 0;
+    if (!XDamageQueryExtension(display, &damageEventBase, &errorBase) || !XDamageQueryVersion(display, &major, &minor))
+        damageEventBase = -1;
+    int randrEventBase = -1;
+    if (!XRRQueryExtension(display, &randrEventBase, &errorBase)) randrEventBase = -1;
+    std::unique_ptr<X11DisplayStream> stream(
+        new X11DisplayStream(std::move(connection), std::move(config), refreshRate, damageEventBase, randrEventBase));
+    X11ErrorTrap trap(display);
+    if (stream->Reaim() == Aim::Gone) return nullptr;
+    return stream;
+}
+
+X11DisplayStream::X11DisplayStream(std::unique_ptr<X11Connection> connection, DisplayStreamConfig config,
+                                   double refreshRate, int damageEventBase, int randrEventBase)
+    : fConnection(std::move(connection)), fConfig(std::move(config)), fPeriodMicros(PeriodFor(refreshRate)),
+      fDamageEventBase(damageEventBase), fRandrEventBase(randrEventBase),
+      fGrabber(fConnection->display(), fConfig.outputWidth, fConfig.outputHeight, fConfig.pixelFormat,
+               fConfig.sourceRect),
+      fChannel(FrameChannel::Create(*fConfig.queue, fConfig.handler)) {
+    Display* display = fConnection->display();
+    X11ErrorTrap trap(display);
+    if (fDamageEventBase >= 0) fDamage = XDamageCreate(display, fConnection->root(), XDamageReportBoundingBox);
+    if (fRandrEventBase >= 0)
+        XRRSelectInput(display, fConnection->root(),
+                       RRScreenChangeNotifyMask | RRCrtcChangeNotifyMask | RROutputChangeNotifyMask);
+}
+
+X11DisplayStream::~X11DisplayStream() {
+    EndRun();
+    fChannel->Close();
+    fChannel->Release();
+    X11ErrorTrap trap(fConnection->display());
+    if (fDamage != None) XDamageDestroy(fConnection->display(), fDamage);
+}
+
+bool X11DisplayStream::Start() {
+    if (fThread.joinable() && !fEnded) return true;
+    EndRun();
+    {
+        X11ErrorTrap trap(fConnection->display());
+        ReadEvents(); // what happened while stopped is of no interest now
+        if (Reaim() == Aim::Gone) return false;
+    }
+    fStopping = false;
+    fEnded = false;
+    fChanged = fArrangementChanged = fDelivered = fIdleSent = false;
+    fLastRead = 0;
+    fLastArranged = zTime::MicroNow();
+    fLastFrame.reset();
+    fThread = std::thread([this] { Run(); });
+    return true;
+}
+
+bool X11DisplayStream::Stop() {
+    if (!fThread.joinable()) return false;
+    const bool wasRunning = !fEnded;
+    EndRun();
+    if (!wasRunning) return false; // the monitor's going away ended the run already
+    fChannel->Post(FrameStatus::Stopped, uint64_t(zTime::MicroNow()), {});
+    return true;
+}
+
+void X11DisplayStream::EndRun() {
+    if (!fThread.joinable()) return;
+    {
+        std::lock_guard lock(fMutex);
+        fStopping = true;
+    }
+    fWake.notify_all();
+    fThread.join();
+}
+
+void X11DisplayStream::Run() {
+    zThread::NameCurrent("display stream");
+    const auto period = std::chrono::microseconds(fPeriodMicros);
+    auto next = std::chrono::steady_clock::now();
+    std::unique_lock lock(fMutex);
+    while (!fWake.wait_until(lock, next, [this] { return fStopping; })) {
+        lock.unlock();
+        Tick(zTime::MicroNow());
+        lock.lock();
+        if (fEnded) return;
+        next += period;
+        // After a long stall, go on from now rather than catching up.
+        if (const auto now = std::chrono::steady_clock::now(); now > next) next = now + period;
+    }
+}
+
+void X11DisplayStream::Tick(int64_t now) {
+    X11ErrorTrap trap(fConnection->display());
+    ReadEvents();
+    if (fArrangementChanged || now - fLastArranged >= kFullRefreshMicros) {
+        fArrangementChanged = false;
+        fLastArranged = now;
+        switch (Reaim()) {
+        case Aim::Gone:
+            // Unplugged: the run ends as it ends on macOS.
+            fEnded = true;
+            fChannel->Post(FrameStatus::Stopped, uint64_t(now), {});
+            return;
+        case Aim::Moved: fChanged = true; break;
+        case Aim::Same: break;
+        }
+    }
+    const bool unreported = fDamage == None || now - fLastRead >= kFullRefreshMicros;
+    if (fDelivered && !fChanged && !unreported) {
+        if (!fIdleSent) fIdleSent = fChannel->Post(FrameStatus::Idle, uint64_t(now), {});
+        return;
+    }
+    Surface* surface = fGrabber.FreeSurface();
+    if (!surface || !fGrabber.Grab(*surface)) return; // tried again at the next refresh
+    fLastRead = now;
+    if (fDelivered && !fChanged && SameAsLastFrame(*surface)) {
+        if (!fIdleSent) fIdleSent = fChannel->Post(FrameStatus::Idle, uint64_t(now), {});
+        return;
+    }
+    SurfaceRef frame = SurfaceRef::Retain(surface);
+    if (!fChannel->Post(FrameStatus::Complete, uint64_t(now), frame)) return;
+    fLastFrame = std::move(frame);
+    fChanged = false;
+    fDelivered = true;
+    fIdleSent = false;
+}
+
+void X11DisplayStream::ReadEvents() {
+    Display* display = fConnection->display();
+    bool damaged = false;
+    while (XPending(display) > 0) {
+        XEvent event;
+        XNextEvent(display, &event);
+        if (fDamageEventBase >= 0 && event.type == fDamageEventBase + XDamageNotify) {
+            damaged = true;
+            const XRectangle& area = reinterpret_cast<const XDamageNotifyEvent&>(event).area;
+            if (Overlap(area, fGrabber.readLeft(), fGrabber.readTop(), fGrabber.readWidth(), fGrabber.readHeight()))
+                fChanged = true;
+        } else if (fRandrEventBase >= 0 &&
+                   (event.type == fRandrEventBase + RRScreenChangeNotify || event.type == fRandrEventBase + RRNotify)) {
+            XRRUpdateConfiguration(&event);
+            fArrangementChanged = true;
+        }
+    }
+    // Reported changes are cleared together, whether or not they touch the
+    // captured part: the report covers the bounding box of all damage since
+    // the last clearing, and a box left to grow would hide later changes.
+    if (damaged) XDamageSubtract(display, fDamage, None, None);
+}
+
+X11DisplayStream::Aim X11DisplayStream::Reaim() {
+    Display* display = fConnection->display();
+    for (const X11Monitor& monitor : X11Monitors::Read(display, fConnection->root())) {
+        if (monitor.displayID != fConfig.displayID) continue;
+        XWindowAttributes root{};
+        if (!XGetWindowAttributes(display, fConnection->root(), &root)) return Aim::Gone;
+        return fGrabber.Aim(monitor, root.width, root.height) ? Aim::Moved : Aim::Same;
+    }
+    return Aim::Gone;
+}
+
+bool X11DisplayStream::SameAsLastFrame(const Surface& frame) const {
+    if (!fLastFrame) return false;
+    SurfaceLock lastLock(*fLastFrame);
+    SurfaceLock frameLock(frame);
+    return std::memcmp(fLastFrame->baseAddress(), frame.baseAddress(), frame.allocSize()) == 0;
+}
+
+} // namespace qcp::platform::x11

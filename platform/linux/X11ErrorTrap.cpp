@@ -1,0 +1,96 @@
+#include "X11ErrorTrap.h"
+
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
+namespace qcp::platform::x11 {
+
+// The process-wide side of the traps: the handler is global in Xlib.
+struct TrapRegistry {
+    std::mutex mutex;
+    std::vector<X11ErrorTrap*> traps; // innermost last
+    std::vector<Display*> ownDisplays;
+    XErrorHandler previous = nullptr;
+
+    static TrapRegistry& Get() {
+        static TrapRegistry* registry = new TrapRegistry(); // outlives every connection, even at exit
+        return *registry;
+    }
+
+    static int Handle(Display* display, XErrorEvent* event) {
+        TrapRegistry& registry = Get();
+        XErrorHandler forward = nullptr;
+        {
+            std::lock_guard lock(registry.mutex);
+            // The innermost trap on that display set before the failed request.
+            bool trapped = false;
+            for (auto it = registry.traps.rbegin(); it != registry.traps.rend(); ++it) {
+                X11ErrorTrap& trap = **it;
+                if (trap.fDisplay != display) continue;
+                trapped = true;
+                if (event->serial < trap.fFirstSerial) continue;
+                if (trap.fError == Success) trap.fError = event->error_code;
+                return 0;
+            }
+            // An error of ours that nobody waits for is never the host's business.
+            if (trapped || std::find(registry.ownDisplays.begin(), registry.ownDisplays.end(), display) !=
+                               registry.ownDisplays.end())
+                return 0;
+            forward = registry.previous;
+        }
+        return forward ? forward(display, event) : 0;
+    }
+};
+
+X11ErrorTrap::X11ErrorTrap(Display* display) : fDisplay(display), fFirstSerial(NextRequest(display)) {
+    TrapRegistry& registry = TrapRegistry::Get();
+    std::lock_guard lock(registry.mutex);
+    if (registry.traps.empty()) {
+        registry.traps.reserve(16);
+        registry.previous = XSetErrorHandler(&TrapRegistry::Handle);
+    }
+    registry.traps.push_back(this);
+}
+
+X11ErrorTrap::~X11ErrorTrap() {
+    Sync();
+    TrapRegistry& registry = TrapRegistry::Get();
+    std::lock_guard lock(registry.mutex);
+    std::erase(registry.traps, this);
+    if (!registry.traps.empty()) return;
+    // Put the earlier handler back, unless someone replaced ours meanwhile:
+    // then theirs stays.
+    XErrorHandler current = XSetErrorHandler(registry.previous);
+    if (current != &TrapRegistry::Handle) XSetErrorHandler(current);
+    registry.previous = nullptr;
+}
+
+int X11ErrorTrap::Sync() {
+    if (!fDisplay) return fError;
+    // Every request has been answered when the last one processed is the
+    // last one sent.
+    if (LastKnownRequestProcessed(fDisplay) + 1 < NextRequest(fDisplay)) XSync(fDisplay, False);
+    TrapRegistry& registry = TrapRegistry::Get();
+    std::lock_guard lock(registry.mutex);
+    const int error = fError;
+    fError = Success;
+    fFirstSerial = NextRequest(fDisplay);
+    return error;
+}
+
+void X11ErrorTrap::Adopt(Display* display) {
+    TrapRegistry& registry = TrapRegistry::Get();
+    std::lock_guard lock(registry.mutex);
+    registry.ownDisplays.push_back(display);
+}
+
+void X11ErrorTrap::Disown(Display* display) {
+    TrapRegistry& registry = TrapRegistry::Get();
+    std::lock_guard lock(registry.mutex);
+    if (auto found = std::find(registry.ownDisplays.begin(), registry.ownDisplays.end(), display);
+        found != registry.ownDisplays.end())
+        registry.ownDisplays.erase(found);
+}
+
+} // namespace qcp::platform::x11

@@ -1,0 +1,72 @@
+#include "X11Monitors.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace qcp::platform::x11::X11Monitors {
+
+bool HaveMonitors(Display* display) {
+    int eventBase = 0, errorBase = 0, major = 0, minor = 0;
+    return XRRQueryExtension(display, &eventBase, &errorBase) && XRRQueryVersion(display, &major, &minor) &&
+           (major > 1 || (major == 1 && minor >= 5));
+}
+
+std::vector<X11Monitor> Read(Display* display, Window root) {
+    std::vector<X11Monitor> monitors;
+    if (!HaveMonitors(display)) {
+        XWindowAttributes attributes{};
+        if (!XGetWindowAttributes(display, root, &attributes)) return monitors;
+        monitors.push_back({uint32_t(root), None, None, 0, 0, attributes.width, attributes.height, true});
+        return monitors;
+    }
+    int count = 0;
+    XRRMonitorInfo* infos = XRRGetMonitors(display, root, True, &count);
+    if (!infos) return monitors;
+    monitors.reserve(size_t(count));
+    for (int i = 0; i < count; ++i) {
+        const XRRMonitorInfo& info = infos[i];
+        const RROutput output = info.noutput > 0 ? info.outputs[0] : None;
+        monitors.push_back({uint32_t(output != None ? output : info.name), output, info.name, info.x, info.y,
+                            info.width, info.height, info.primary != 0});
+    }
+    XRRFreeMonitors(infos);
+    std::stable_partition(monitors.begin(), monitors.end(), [](const X11Monitor& m) { return m.primary; });
+    return monitors;
+}
+
+X11Monitor Main(Display* display, const std::vector<X11Monitor>& monitors) {
+    if (!monitors.empty()) return monitors.front();
+    const Screen* screen = DefaultScreenOfDisplay(display);
+    return {0, None, None, 0, 0, WidthOfScreen(screen), HeightOfScreen(screen), true};
+}
+
+Rect GlobalFrame(const X11Monitor& monitor, const X11Monitor& main) {
+    return {double(monitor.x - main.x), double((main.y + main.height) - (monitor.y + monitor.height)),
+            double(monitor.width), double(monitor.height)};
+}
+
+double RefreshRate(const XRRModeInfo& mode) {
+    double lines = mode.vTotal;
+    if (mode.modeFlags & RR_DoubleScan) lines *= 2;
+    if (mode.modeFlags & RR_Interlace) lines /= 2;
+    if (mode.hTotal == 0 || lines == 0) return 0;
+    return double(mode.dotClock) / (double(mode.hTotal) * lines);
+}
+
+std::optional<std::string> EdidProductName(const uint8_t* edid, size_t size) {
+    static constexpr uint8_t kHeader[8] = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00};
+    if (!edid || size < 128 || std::memcmp(edid, kHeader, sizeof kHeader) != 0) return std::nullopt;
+    // Four 18-byte descriptors from byte 54; a display descriptor starts with
+    // three zero bytes, then its tag.
+    for (size_t at = 54; at + 18 <= 126; at += 18) {
+        const uint8_t* descriptor = edid + at;
+        if (descriptor[0] != 0 || descriptor[1] != 0 || descriptor[2] != 0 || descriptor[3] != 0xFC) continue;
+        std::string name(reinterpret_cast<const char*>(descriptor + 5), 13);
+        name = name.substr(0, name.find('\n'));
+        name.erase(name.find_last_not_of(' ') + 1);
+        if (!name.empty()) return name;
+    }
+    return std::nullopt;
+}
+
+} // namespace qcp::platform::x11::X11Monitors

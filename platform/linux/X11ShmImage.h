@@ -1,0 +1,42 @@
+#pragma once
+#include <X11/Xlib.h>
+#include <X11/extensions/XShm.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace qcp::platform::x11 {
+
+// An XImage over shared memory that the X server has attached (MIT-SHM), so
+// that XShmGetImage writes pixels straight into that memory. The memory is
+// not owned (a surface's or a buffer's); it must outlive the image. Lives on
+// the thread that owns the display, and must go before the display closes.
+class X11ShmImage {
+public:
+    // Whether the server takes shared memory from this client at all.
+    static bool Available(Display* display);
+    // An image of `width` x `height` pixels of the root window's format over
+    // `data` (at least width * 4 * height bytes, rows of width * 4 bytes) in
+    // segment `shmid`. Null when the server does not attach the segment or
+    // the root window's pixels are not 32 bits.
+    static std::unique_ptr<X11ShmImage> Attach(Display* display, int shmid, uint8_t* data, uint32_t width,
+                                               uint32_t height);
+    ~X11ShmImage();
+    X11ShmImage(const X11ShmImage&) = delete;
+    X11ShmImage& operator=(const X11ShmImage&) = delete;
+
+    // Reads the part of `drawable` at (x, y) of the image's size. False when
+    // the server refuses (the part is not wholly on the drawable).
+    bool Read(Drawable drawable, int x, int y);
+    const uint8_t* data() const { return reinterpret_cast<const uint8_t*>(fImage->data); }
+    uint32_t bytesPerRow() const { return uint32_t(fImage->bytes_per_line); }
+
+private:
+    X11ShmImage(Display* display, XImage* image) : fDisplay(display), fImage(image) {}
+
+    Display* const fDisplay;
+    XImage* const fImage;
+    XShmSegmentInfo fSegment{};
+};
+
+} // namespace qcp::platform::x11

@@ -1,0 +1,42 @@
+#include "X11System.h"
+
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+#include "zTraceManager.h"
+
+namespace qcp::platform::x11 {
+namespace {
+constexpr uint32_t kTraceNote = 0x6E6F7465; // 'note'
+
+void Report(const char* kind, const Alert& alert) {
+    std::string text = std::string(kind) + ": " + alert.message;
+    if (!alert.informativeText.empty()) text += " — " + alert.informativeText;
+    std::fprintf(stderr, "%s\n", text.c_str());
+    zTraceManager::Default().TraceMessage(kTraceNote, text);
+}
+} // namespace
+
+std::string X11System::resourceFolder() const {
+    // Any address inside this library names the file it was loaded from (the
+    // program itself when the library is linked in statically).
+    Dl_info info{};
+    std::filesystem::path file = "/proc/self/exe";
+    if (dladdr(reinterpret_cast<const void*>(&Report), &info) && info.dli_fname && *info.dli_fname)
+        file = info.dli_fname;
+    std::error_code error;
+    const std::filesystem::path resolved = std::filesystem::canonical(file, error);
+    return error ? std::string() : resolved.parent_path().string();
+}
+
+void X11System::showAlertSheet(const Alert& alert) { Report("alert", alert); }
+
+int X11System::runModalAlert(const Alert& alert) {
+    Report("modal alert (not shown)", alert);
+    return -1;
+}
+
+} // namespace qcp::platform::x11

@@ -1,0 +1,19 @@
+#pragma once
+#include "System.h"
+
+namespace qcp::platform::x11 {
+
+// What else the plug-in asks of a Linux desktop. X11 lets any client read
+// the screen, so the permission is always there. The resource folder is the
+// folder the plug-in's library was loaded from. Alerts are written to
+// standard error and to the trace until the GTK dialogs exist; a modal alert
+// cannot be answered there, so it reports that it could not be shown.
+class X11System final : public System {
+public:
+    bool hasScreenRecordingPermission() const override { return true; }
+    std::string resourceFolder() const override;
+    void showAlertSheet(const Alert& alert) override;
+    int runModalAlert(const Alert& alert) override;
+};
+
+} // namespace qcp::platform::x11

@@ -1,0 +1,35 @@
+#include <gtest/gtest.h>
+
+#include "ShmSurfaceMemory.h"
+
+#include "TestDesktop.h"
+#include "X11Connection.h"
+#include "X11ShmImage.h"
+
+using namespace qcp::platform::x11;
+
+namespace {
+
+class SharedSurfaceTest : public LinuxDesktopTest {};
+
+} // namespace
+
+TEST_F(SharedSurfaceTest, TheServerWritesIntoASegmentAlreadyMarkedForRemoval) {
+    const Window window = desktop->Open(TestDesktop::Titled("Shared"), 0x00FF80, 100, 100, 200, 200);
+    ASSERT_NE(window, None);
+    const TestDesktop::Area client = desktop->ClientArea(window);
+    std::string error;
+    std::unique_ptr<X11Connection> connection = X11Connection::Open({}, error);
+    ASSERT_TRUE(connection) << error;
+    std::unique_ptr<ShmSurfaceMemory> memory = ShmSurfaceMemory::Create(16 * 4 * 16);
+    ASSERT_TRUE(memory);
+    std::unique_ptr<X11ShmImage> image =
+        X11ShmImage::Attach(connection->display(), memory->shmid(), memory->data(), 16, 16);
+    ASSERT_TRUE(image);
+    ASSERT_TRUE(image->Read(connection->root(), client.x + 10, client.y + 10));
+    EXPECT_EQ(image->data(), memory->data());
+    const Pixel pixel = PixelAt(memory->data(), 64, 15, 15);
+    EXPECT_EQ((Pixel{pixel.b, pixel.g, pixel.r, 255}), Opaque(0x00FF80));
+    // Partly off the root window: refused, and the process goes on.
+    EXPECT_FALSE(image->Read(connection->root(), 1910, 10));
+}

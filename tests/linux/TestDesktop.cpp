@@ -1,0 +1,213 @@
+#include "TestDesktop.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xutil.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <ostream>
+#include <thread>
+
+#include "X11Factory.h"
+
+namespace {
+
+std::vector<unsigned long> ReadLongs(Display* display, Window window, const char* name, Atom type) {
+    Atom actualType = None;
+    int format = 0;
+    unsigned long count = 0, remaining = 0;
+    unsigned char* data = nullptr;
+    std::vector<unsigned long> values;
+    if (XGetWindowProperty(display, window, XInternAtom(display, name, False), 0, 4096, False, type, &actualType,
+                           &format, &count, &remaining, &data) == Success &&
+        data && format == 32) {
+        const auto* items = reinterpret_cast<const unsigned long*>(data);
+        values.assign(items, items + count);
+    }
+    if (data) XFree(data);
+    return values;
+}
+
+} // namespace
+
+TestDesktop::TestDesktop(const std::string& display) : fDisplay(XOpenDisplay(display.c_str())) {}
+
+TestDesktop::~TestDesktop() {
+    if (fDisplay) XCloseDisplay(fDisplay);
+}
+
+Window TestDesktop::Open(const Options& options, uint32_t rgb, int x, int y, int width, int height) {
+    XSetWindowAttributes attributes{};
+    attributes.background_pixel = rgb;
+    attributes.border_pixel = 0;
+    const Window window = XCreateWindow(fDisplay, root(), x, y, unsigned(width), unsigned(height), 0, CopyFromParent,
+                                        InputOutput, CopyFromParent, CWBackPixel | CWBorderPixel, &attributes);
+    XSizeHints hints{};
+    hints.flags = USPosition | USSize;
+    hints.x = x;
+    hints.y = y;
+    hints.width = width;
+    hints.height = height;
+    XSetWMNormalHints(fDisplay, window, &hints);
+    if (options.title)
+        XChangeProperty(fDisplay, window, XInternAtom(fDisplay, "_NET_WM_NAME", False),
+                        XInternAtom(fDisplay, "UTF8_STRING", False), 8, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(options.title->data()), int(options.title->size()));
+    if (options.legacyName)
+        XChangeProperty(fDisplay, window, XA_WM_NAME, XA_STRING, 8, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(options.legacyName->data()),
+                        int(options.legacyName->size()));
+    if (options.pid != 0)
+        XChangeProperty(fDisplay, window, XInternAtom(fDisplay, "_NET_WM_PID", False), XA_CARDINAL, 32, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(&options.pid), 1);
+    XClassHint classHint{const_cast<char*>("qcptest"), const_cast<char*>(options.windowClass.c_str())};
+    XSetClassHint(fDisplay, window, &classHint);
+    XMapWindow(fDisplay, window);
+    XSync(fDisplay, False);
+    // Framed, and settled: openbox announces the frame's extents before it
+    // has finished placing the frame around the client.
+    const bool framed = WaitUntil([&] {
+        XWindowAttributes state{};
+        const std::vector<Window> stacking = Stacking();
+        const std::vector<unsigned long> extents = ReadLongs(fDisplay, window, "_NET_FRAME_EXTENTS", XA_CARDINAL);
+        if (extents.size() != 4 || std::find(stacking.begin(), stacking.end(), window) == stacking.end() ||
+            !XGetWindowAttributes(fDisplay, window, &state) || state.map_state != IsViewable)
+            return false;
+        const int left = int(extents[0]), right = int(extents[1]), top = int(extents[2]), bottom = int(extents[3]);
+        const Area client = ClientArea(window), frame = FrameArea(window);
+        return frame.x == client.x - left && frame.y == client.y - top && frame.width == client.width + left + right &&
+               frame.height == client.height + top + bottom;
+    });
+    return framed ? window : None;
+}
+
+void TestDesktop::Paint(Window window, uint32_t rgb) {
+    XSetWindowBackground(fDisplay, window, rgb);
+    XClearWindow(fDisplay, window);
+    XSync(fDisplay, False);
+}
+
+void TestDesktop::Close(Window window) {
+    XDestroyWindow(fDisplay, window);
+    XSync(fDisplay, False);
+    WaitUntil([&] {
+        const std::vector<Window> stacking = Stacking();
+        return std::find(stacking.begin(), stacking.end(), window) == stacking.end();
+    });
+}
+
+void TestDesktop::Minimise(Window window) {
+    XIconifyWindow(fDisplay, window, DefaultScreen(fDisplay));
+    XSync(fDisplay, False);
+    WaitUntil([&] { return WmState(window) == IconicState; });
+}
+
+void TestDesktop::Activate(Window window) {
+    SendToWindowManager(window, "_NET_ACTIVE_WINDOW", 2 /* from a pager */, CurrentTime);
+    WaitUntil([&] { return !Stacking().empty() && Stacking().front() == window; });
+}
+
+void TestDesktop::MoveToDesktop(Window window, long desktop) {
+    SendToWindowManager(window, "_NET_WM_DESKTOP", desktop, 2);
+    WaitUntil([&] {
+        const std::vector<unsigned long> value = ReadLongs(fDisplay, window, "_NET_WM_DESKTOP", XA_CARDINAL);
+        return !value.empty() && long(value.front()) == desktop;
+    });
+}
+
+TestDesktop::Area TestDesktop::ClientArea(Window window) const {
+    XWindowAttributes attributes{};
+    XGetWindowAttributes(fDisplay, window, &attributes);
+    int x = 0, y = 0;
+    Window child = None;
+    XTranslateCoordinates(fDisplay, window, root(), 0, 0, &x, &y, &child);
+    return {x, y, attributes.width, attributes.height};
+}
+
+Window TestDesktop::FrameOf(Window window) const {
+    for (;;) {
+        Window rootReturn = None, parent = None;
+        Window* children = nullptr;
+        unsigned count = 0;
+        XQueryTree(fDisplay, window, &rootReturn, &parent, &children, &count);
+        if (children) XFree(children);
+        if (parent == rootReturn) return window;
+        window = parent;
+    }
+}
+
+TestDesktop::Area TestDesktop::FrameArea(Window window) const {
+    XWindowAttributes attributes{};
+    XGetWindowAttributes(fDisplay, FrameOf(window), &attributes);
+    return {attributes.x, attributes.y, attributes.width + 2 * attributes.border_width,
+            attributes.height + 2 * attributes.border_width};
+}
+
+std::vector<Window> TestDesktop::Stacking() const {
+    const std::vector<unsigned long> bottomToTop = ReadLongs(fDisplay, root(), "_NET_CLIENT_LIST_STACKING", XA_WINDOW);
+    return {bottomToTop.rbegin(), bottomToTop.rend()};
+}
+
+bool TestDesktop::WaitUntil(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+void TestDesktop::SendToWindowManager(Window window, const char* message, long a, long b, long c) {
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(fDisplay, message, False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = a;
+    event.xclient.data.l[1] = b;
+    event.xclient.data.l[2] = c;
+    XSendEvent(fDisplay, root(), False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
+    XSync(fDisplay, False);
+}
+
+long TestDesktop::WmState(Window window) const {
+    const Atom wmState = XInternAtom(fDisplay, "WM_STATE", False);
+    const std::vector<unsigned long> state = ReadLongs(fDisplay, window, "WM_STATE", wmState);
+    return state.empty() ? -1 : long(state.front());
+}
+
+void LinuxDesktopTest::StartSession(const std::vector<std::string>& extraArguments) {
+    session = XvfbSession::Start(extraArguments, unavailable);
+}
+
+void LinuxDesktopTest::TearDownTestSuite() { session.reset(); }
+
+void LinuxDesktopTest::SetUp() {
+    if (!session) GTEST_SKIP() << unavailable;
+    desktop = std::make_unique<TestDesktop>(session->display());
+    ASSERT_TRUE(desktop->display());
+    std::string error;
+    platform = qcp::platform::x11::MakePlatform(error);
+    ASSERT_TRUE(platform) << error;
+}
+
+Pixel PixelAt(const uint8_t* base, size_t bytesPerRow, int x, int y) {
+    const uint8_t* p = base + size_t(y) * bytesPerRow + size_t(x) * 4;
+    return {p[0], p[1], p[2], p[3]};
+}
+
+std::ostream& operator<<(std::ostream& out, const Pixel& pixel) {
+    return out << "(b " << int(pixel.b) << ", g " << int(pixel.g) << ", r " << int(pixel.r) << ", a " << int(pixel.a)
+               << ")";
+}
+
+int ThreadsNamed(const std::string& name) {
+    int count = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream comm(task.path() / "comm");
+        std::string line;
+        if (std::getline(comm, line) && line == name) ++count;
+    }
+    return count;
+}

@@ -1,0 +1,30 @@
+#pragma once
+#include <sys/types.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+// A private X server (Xvfb on a display number it picks itself) with an
+// openbox window manager, for tests that need a real desktop. Both are
+// stopped when the session goes.
+class XvfbSession {
+public:
+    // Starts Xvfb with a 1920 x 1080 x 24 screen, Composite, DAMAGE and RandR,
+    // plus `extraArguments` (e.g. "-extension", "MIT-SHM"), then openbox, and
+    // points $DISPLAY at the server. Null, with the reason in `why`, when a
+    // program is missing or does not come up within a few seconds.
+    static std::unique_ptr<XvfbSession> Start(const std::vector<std::string>& extraArguments, std::string& why);
+    ~XvfbSession();
+    XvfbSession(const XvfbSession&) = delete;
+    XvfbSession& operator=(const XvfbSession&) = delete;
+
+    const std::string& display() const { return fDisplay; }
+
+private:
+    XvfbSession() = default;
+
+    std::string fDisplay;
+    pid_t fServer = -1;
+    pid_t fWindowManager = -1;
+};
