@@ -23,7 +23,7 @@ zQueue::~zQueue() {
 void zQueue::Async(Work work) {
     {
         std::lock_guard lock(fMutex);
-        fReady.push_back(std::move(work));
+        fReady.push(std::move(work));
     }
     fWake.notify_one();
 }
@@ -63,12 +63,11 @@ void zQueue::Run() {
         auto now = std::chrono::steady_clock::now();
         while (!fDelayed.empty() && fDelayed.front().due <= now) {
             std::pop_heap(fDelayed.begin(), fDelayed.end());
-            fReady.push_back(std::move(fDelayed.back().work));
+            fReady.push(std::move(fDelayed.back().work));
             fDelayed.pop_back();
         }
         if (!fReady.empty()) {
-            Work work = std::move(fReady.front());
-            fReady.pop_front();
+            Work work = fReady.pop();
             lock.unlock();
             work();
             lock.lock();
@@ -82,6 +81,25 @@ void zQueue::Run() {
             fWake.wait_until(lock, due);
         }
     }
+}
+
+void zQueue::Ring::push(Work work) {
+    if (fCount == fSlots.size()) {
+        std::vector<Work> grown(std::max<size_t>(8, fSlots.size() * 2));
+        for (size_t i = 0; i < fCount; ++i) grown[i] = std::move(fSlots[(fHead + i) % fSlots.size()]);
+        fSlots = std::move(grown);
+        fHead = 0;
+    }
+    fSlots[(fHead + fCount) % fSlots.size()] = std::move(work);
+    ++fCount;
+}
+
+zQueue::Work zQueue::Ring::pop() {
+    Work work = std::move(fSlots[fHead]);
+    fSlots[fHead] = nullptr;
+    fHead = (fHead + 1) % fSlots.size();
+    --fCount;
+    return work;
 }
 
 zQueue& zQueue::Main() {

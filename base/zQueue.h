@@ -1,7 +1,6 @@
 #pragma once
 #include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -45,7 +44,20 @@ private:
     std::string fLabel;
     std::mutex fMutex;
     std::condition_variable fWake;
-    std::deque<Work> fReady;
+    // Ready work in a ring that only grows: once warmed up, posting a frame
+    // to the queue allocates nothing (small work items fit in Work itself).
+    class Ring {
+    public:
+        bool empty() const { return fCount == 0; }
+        void push(Work work);
+        Work pop();
+
+    private:
+        std::vector<Work> fSlots;
+        size_t fHead = 0;
+        size_t fCount = 0;
+    };
+    Ring fReady;
     std::vector<Delayed> fDelayed; // a heap ordered by due time, then submission
     uint64_t fNextOrder = 0;
     bool fStopping = false;

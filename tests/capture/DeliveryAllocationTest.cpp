@@ -6,6 +6,7 @@
 
 #include "CaptureFixture.h"
 #include "MacCaptureSourceSDKInfo.h"
+#include "zQueue.h"
 
 namespace {
 thread_local bool tCounting = false;
@@ -54,4 +55,20 @@ TEST_F(CaptureTest, FrameDeliveryToTheHostAllocatesNothing) {
     EXPECT_EQ(seen.buffer.timeStamp, 123456u);
     EXPECT_EQ(seen.buffer.one, 1u);
     EXPECT_EQ(seen.id, surface->id());
+}
+
+TEST(FramePosting, AWarmQueueTakesWorkWithoutAllocating) {
+    zQueue queue("posting");
+    std::atomic<int> ran{0};
+    auto post = [&] { queue.Async([&ran] { ++ran; }); };
+    for (int i = 0; i < 64; ++i) post(); // the ring grows to its working size
+    queue.Sync([] {});
+
+    tCounting = true;
+    for (int i = 0; i < 32; ++i) post();
+    tCounting = false;
+    queue.Sync([] {});
+
+    EXPECT_EQ(gAllocations.load(), 0);
+    EXPECT_EQ(ran.load(), 96);
 }
