@@ -2,6 +2,7 @@
 // and drives it through its C interface.
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <string>
 #include <vector>
@@ -60,6 +61,11 @@ int main(int argc, char** argv) {
     }
     try {
         qcphost::PluginLibrary plugin(pluginPath);
+        const char* platform = std::getenv("QCP_PLATFORM");
+        const char* display = std::getenv("DISPLAY");
+        if ((!platform || std::string(platform) == "linux") && (!display || !*display))
+            std::fprintf(stderr, "qcp-host: no X display ($DISPLAY is unset): the plug-in shows its simulated "
+                                 "desktop instead\n");
         plugin.QCP_IntitializeLibrary();
         const int status = Run(plugin, args);
         plugin.QCP_UninitializeLibrary();
