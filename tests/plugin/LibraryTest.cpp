@@ -153,3 +153,18 @@ TEST(PluginLifetime, TranslatorRegisteredBeforeInitialisationIsKept) {
     EXPECT_EQ(length, std::strlen("obr_capture_name"));
     QCP_UninitializeLibrary();
 }
+
+TEST(PluginLifetime, CallsOutsideTheLibrarysLifeAnswerNeutrallyInsteadOfCrashing) {
+    char* id = nullptr;
+    EXPECT_EQ(QCP_CreateSource(QCP_SCREEN_DEVICE_ID, &id), 0);
+    EXPECT_EQ(id, nullptr);
+    EXPECT_EQ(QCP_GetSourceCount(QCP_SCREEN_DEVICE_ID), 0u);
+    EXPECT_EQ(QCP_GetSourceState(QCP_SCREEN_DEVICE_ID, "x"), QCP_SOURCE_STATE_UNKNOWN);
+    uint32_t length = 7;
+    QCP_GetSourceSettings(QCP_SCREEN_DEVICE_ID, "x", nullptr, &length);
+    EXPECT_EQ(length, 7u);
+    EXPECT_EQ(QCP_SetSourceSettings(QCP_SCREEN_DEVICE_ID, "x", "<settings/>"), 1);
+    QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, nullptr, nullptr);
+    QCP_RegisterLogCallback(nullptr, nullptr, nullptr);
+    QCP_UninitializeLibrary(); // twice is harmless
+}

@@ -1,4 +1,5 @@
 // Library lifetime, devices and host services.
+#include <stdexcept>
 #include <string>
 
 #include "CommonSDKVariables.h"
@@ -12,6 +13,16 @@
 
 MC::MacCaptureManager* g_pMacCaptureManager = nullptr;
 MC::SystemAudioDevice* g_MacSystemAudioCapture = nullptr;
+
+MC::MacCaptureManager& qcp::Manager() {
+    if (!g_pMacCaptureManager) throw std::logic_error("the library is not initialised");
+    return *g_pMacCaptureManager;
+}
+
+MC::SystemAudioDevice& qcp::SystemAudio() {
+    if (!g_MacSystemAudioCapture) throw std::logic_error("the library is not initialised");
+    return *g_MacSystemAudioCapture;
+}
 
 namespace {
 constexpr const char* kModel = "MacCapture";

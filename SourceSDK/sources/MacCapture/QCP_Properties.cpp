@@ -51,7 +51,7 @@ bool AppsAndWindowsXml(std::string& xml) {
 
 // How the source captures: "Fullscreen", "Screen Region", "Window" or "Game".
 bool Subtype(const std::string& id, std::string& text) {
-    MC::MacCaptureManager& manager = *g_pMacCaptureManager;
+    MC::MacCaptureManager& manager = qcp::Manager();
     switch (manager.getCaptureType(id)) {
     case MC::kCaptureDisplay:
         if (manager.getCaptureMode(id) == MC::kCaptureWholeDisplay) text = "Fullscreen";
@@ -67,7 +67,7 @@ bool Subtype(const std::string& id, std::string& text) {
 // audio is on.
 bool TertiaryType(const std::string& id, std::string& text) {
     constexpr const char* kAudio = "System Audio Enabled";
-    MC::MacCaptureManager& manager = *g_pMacCaptureManager;
+    MC::MacCaptureManager& manager = qcp::Manager();
     const bool audio = manager.isCapturingAudio(id);
     const int32_t type = manager.getCaptureType(id);
     if (type != MC::kCaptureWindow && type != MC::kCaptureGame) {
@@ -105,7 +105,7 @@ int QCP_GetProperty(void* context, QCP_PropertyCallback callback, const char* pr
             AnswerText(context, callback, text);
             return 1;
         }
-        if (qcp::IsAudioDevice(deviceId) || !sourceId || !g_pMacCaptureManager->_GetCaptureSDKInfo(sourceId))
+        if (qcp::IsAudioDevice(deviceId) || !sourceId || !qcp::Manager()._GetCaptureSDKInfo(sourceId))
             return 0;
         const bool answered = (name == "analytics_subtype" && Subtype(sourceId, text)) ||
                               (name == "analytics_tertiary_type" && TertiaryType(sourceId, text));

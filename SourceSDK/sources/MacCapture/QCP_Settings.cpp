@@ -39,7 +39,7 @@ void QCP_GetSourceSettings(const char* deviceId, const char* sourceId, char* buf
             return;
         }
         if (!length) return;
-        MC::MacCaptureManager& manager = *g_pMacCaptureManager;
+        MC::MacCaptureManager& manager = qcp::Manager();
         const std::string id = Key(sourceId);
         if (!buffer) {
             if (!manager._GetCaptureSDKInfo(id)) return;
@@ -66,10 +66,10 @@ void QCP_GetSourceSettings(const char* deviceId, const char* sourceId, char* buf
 int QCP_SetSourceSettings(const char* deviceId, const char* sourceId, const char* xml) {
     return qcp::Guarded(__func__, 1, [&] {
         const std::string id = Key(sourceId);
-        if (IsAudioDevice(deviceId) || !xml || !g_pMacCaptureManager->_GetCaptureSDKInfo(id)) return 1;
+        if (IsAudioDevice(deviceId) || !xml || !qcp::Manager()._GetCaptureSDKInfo(id)) return 1;
         zRecord settings;
         if (!zXML::ParseBuffer(xml, settings)) return 1;
-        MC::SourceSettings::Apply(*g_pMacCaptureManager, id, settings);
+        MC::SourceSettings::Apply(qcp::Manager(), id, settings);
         return 1;
     });
 }
@@ -87,7 +87,7 @@ int QCP_GetValidParameterValues(const char* deviceId, const char* sourceId, char
             return 1;
         }
         zRecord list("source");
-        MC::SourceSettings::WriteParameterList(g_pMacCaptureManager->IsCaptureVideo(Key(sourceId)), list);
+        MC::SourceSettings::WriteParameterList(qcp::Manager().IsCaptureVideo(Key(sourceId)), list);
         if (Serialise(list, serialised)) *length = uint32_t(serialised.Size());
         return 0; // the size query reports 0 even when it succeeded
     });

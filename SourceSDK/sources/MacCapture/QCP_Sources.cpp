@@ -18,7 +18,7 @@ extern "C" {
 
 uint32_t QCP_GetSourceCount(const char* deviceId) {
     return qcp::Guarded(__func__, 0u, [&] {
-        return IsAudioDevice(deviceId) ? 1u : uint32_t(g_pMacCaptureManager->sourceCount());
+        return IsAudioDevice(deviceId) ? 1u : uint32_t(qcp::Manager().sourceCount());
     });
 }
 
@@ -26,7 +26,7 @@ void QCP_GetSourceId(const char* deviceId, uint32_t index, char* buffer, uint32_
     qcp::Guarded(__func__, [&] {
         if (IsAudioDevice(deviceId)) return qcp::CopyOut(QCP_AUDIO_SOURCE_ID, buffer, length);
         // An index out of range is a caller error; it writes nothing.
-        if (MC::MacCaptureSource* source = g_pMacCaptureManager->getSource(index))
+        if (MC::MacCaptureSource* source = qcp::Manager().getSource(index))
             qcp::CopyOut(source->sourceID(), buffer, length);
     });
 }
@@ -38,14 +38,14 @@ void QCP_GetSourceDisplayName(const char* deviceId, const char* sourceId, const 
             const char* name = CSDK::TranslateString(kAudioDeviceNameKey);
             return qcp::CopyOut(name ? name : "", buffer, length);
         }
-        if (MC::MacCaptureSource* source = g_pMacCaptureManager->getSource(Key(sourceId)))
+        if (MC::MacCaptureSource* source = qcp::Manager().getSource(Key(sourceId)))
             qcp::CopyOut(source->sourceName(), buffer, length);
     });
 }
 
 uint32_t QCP_GetSourceState(const char* deviceId, const char* sourceId) {
     return qcp::Guarded(__func__, uint32_t(QCP_SOURCE_STATE_UNKNOWN), [&]() -> uint32_t {
-        if (IsAudioDevice(deviceId) || g_pMacCaptureManager->getSource(Key(sourceId)))
+        if (IsAudioDevice(deviceId) || qcp::Manager().getSource(Key(sourceId)))
             return QCP_SOURCE_STATE_EXISTS;
         return QCP_SOURCE_STATE_UNKNOWN;
     });
@@ -53,7 +53,7 @@ uint32_t QCP_GetSourceState(const char* deviceId, const char* sourceId) {
 
 int QCP_CreateSource(const char*, char** outSourceId) {
     return qcp::Guarded(__func__, 0, [&] {
-        MC::MacCaptureSource* source = g_pMacCaptureManager->addSource({}, {});
+        MC::MacCaptureSource* source = qcp::Manager().addSource({}, {});
         if (!source) return 0;
         const std::string& id = source->sourceID();
         char* copy = new char[id.size() + 1];
@@ -68,26 +68,26 @@ int QCP_CreateSource(const char*, char** outSourceId) {
 }
 
 int QCP_CreateNamedSource(const char*, const char* sourceId) {
-    return qcp::Guarded(__func__, 0, [&] { return g_pMacCaptureManager->addSource(Key(sourceId), {}) ? 1 : 0; });
+    return qcp::Guarded(__func__, 0, [&] { return qcp::Manager().addSource(Key(sourceId), {}) ? 1 : 0; });
 }
 
 void QCP_DeleteString(char* text) { delete[] text; }
 
 int QCP_RemoveSource(const char*, const char* sourceId) {
-    return qcp::Guarded(__func__, 0, [&] { return g_pMacCaptureManager->removeSource(Key(sourceId)) ? 1 : 0; });
+    return qcp::Guarded(__func__, 0, [&] { return qcp::Manager().removeSource(Key(sourceId)) ? 1 : 0; });
 }
 
 void QCP_RegisterSourceChangedCallback(const char* deviceId, const char* sourceId,
                                        QCP_SourceChangedCallback callback, void* context) {
     qcp::Guarded(__func__, [&] {
-        if (!IsAudioDevice(deviceId)) g_pMacCaptureManager->registerNotifySourceChange(Key(sourceId), callback, context);
+        if (!IsAudioDevice(deviceId)) qcp::Manager().registerNotifySourceChange(Key(sourceId), callback, context);
     });
 }
 
 void QCP_RegisterVideoDataArrivedCallback(const char*, const char* sourceId, QCP_VideoDataCallback callback,
                                           void* context) {
     // No audio branch: the audio device's source id names no screen source.
-    qcp::Guarded(__func__, [&] { g_pMacCaptureManager->registerVideoCallback(Key(sourceId), callback, context); });
+    qcp::Guarded(__func__, [&] { qcp::Manager().registerVideoCallback(Key(sourceId), callback, context); });
 }
 
 void QCP_RegisterAudioDataArrivedCallback(const char* deviceId, const char* sourceId, QCP_AudioDataCallback callback,
@@ -96,9 +96,9 @@ void QCP_RegisterAudioDataArrivedCallback(const char* deviceId, const char* sour
         if (IsAudioDevice(deviceId)) {
             // The driver manager's check for the capture driver, with its
             // prompt to install it, comes first once it exists.
-            g_MacSystemAudioCapture->RegisterAudioDataCallback(callback, context);
+            qcp::SystemAudio().RegisterAudioDataCallback(callback, context);
         } else {
-            g_pMacCaptureManager->registerAudioCallback(Key(sourceId), callback, context);
+            qcp::Manager().registerAudioCallback(Key(sourceId), callback, context);
         }
     });
 }
