@@ -27,48 +27,34 @@ std::vector<uint32_t> Resampled(const FrameResampler& resampler, const std::vect
 }
 } // namespace
 
-TEST(FrameResamplerTest, AWholeReadableAreaAtTheOutputSizeIsAnIdentityThatOnlyNeedsAlpha) {
+TEST(FrameResamplerTest, AnUnscaledWholeAreaIsAnIdentityAndScalingSamplesEachOutputPixelsCentre) {
     FrameResampler resampler;
     resampler.Configure({4, 3, 10, 20, 4, 3, 10, 20, 4, 3});
     EXPECT_TRUE(resampler.Identity());
-    const auto out = Resampled(resampler, NumberedSource(4, 3), 4, 4, 3);
-    EXPECT_EQ(out[0], 0xFF000000u);
-    EXPECT_EQ(out[4 * 2 + 3], 0xFF000203u);
-
+    EXPECT_EQ(Resampled(resampler, NumberedSource(4, 3), 4, 4, 3)[4 * 2 + 3], 0xFF000203u);
     resampler.Configure({4, 3, 10, 20, 4, 3, 10, 20, 4, 2}); // the last row is off the screen
     EXPECT_FALSE(resampler.Identity());
-    resampler.Configure({2, 3, 10, 20, 4, 3, 10, 20, 4, 3}); // scaled
-    EXPECT_FALSE(resampler.Identity());
-}
 
-TEST(FrameResamplerTest, HalvingTakesTheSampleUnderEachOutputPixelsCentre) {
-    FrameResampler resampler;
+    // Halved: centres at 1.0 and 3.0 in source pixels.
     resampler.Configure({2, 2, 0, 0, 4, 4, 0, 0, 4, 4});
-    const auto out = Resampled(resampler, NumberedSource(4, 4), 4, 2, 2);
-    // Centres at 1.0 and 3.0 in source pixels.
-    EXPECT_EQ(out, (std::vector<uint32_t>{0xFF000101, 0xFF000103, 0xFF000301, 0xFF000303}));
-}
-
-TEST(FrameResamplerTest, EnlargingRepeatsPixelsFromAFractionalOrigin) {
-    FrameResampler resampler;
+    EXPECT_FALSE(resampler.Identity());
+    EXPECT_EQ(Resampled(resampler, NumberedSource(4, 4), 4, 2, 2),
+              (std::vector<uint32_t>{0xFF000101, 0xFF000103, 0xFF000301, 0xFF000303}));
     // Two source pixels from x = 1.5 shown on four: centres at 1.75, 2.25, 2.75, 3.25.
     resampler.Configure({4, 1, 1.5, 0, 2, 1, 0, 0, 4, 1});
-    const auto out = Resampled(resampler, NumberedSource(4, 1), 4, 4, 1);
-    EXPECT_EQ(out, (std::vector<uint32_t>{0xFF000001, 0xFF000002, 0xFF000002, 0xFF000003}));
+    EXPECT_EQ(Resampled(resampler, NumberedSource(4, 1), 4, 4, 1),
+              (std::vector<uint32_t>{0xFF000001, 0xFF000002, 0xFF000002, 0xFF000003}));
 }
 
 TEST(FrameResamplerTest, WhatLiesOffTheReadableAreaIsOpaqueBlack) {
     FrameResampler resampler;
     // A 4 x 3 part at (8, 8) of which only the 2 x 2 at (8, 8) can be read.
     resampler.Configure({4, 3, 8, 8, 4, 3, 8, 8, 2, 2});
-    const auto out = Resampled(resampler, NumberedSource(2, 2), 2, 4, 3);
-    EXPECT_EQ(out, (std::vector<uint32_t>{0xFF000000, 0xFF000001, kBlack, kBlack, //
-                                          0xFF000100, 0xFF000101, kBlack, kBlack, //
-                                          kBlack, kBlack, kBlack, kBlack}));
-}
-
-TEST(FrameResamplerTest, APartEntirelyOffTheScreenIsAllBlackWithoutReadingTheSource) {
-    FrameResampler resampler;
+    EXPECT_EQ(Resampled(resampler, NumberedSource(2, 2), 2, 4, 3),
+              (std::vector<uint32_t>{0xFF000000, 0xFF000001, kBlack, kBlack, //
+                                     0xFF000100, 0xFF000101, kBlack, kBlack, //
+                                     kBlack, kBlack, kBlack, kBlack}));
+    // Nothing readable at all: the source is not touched.
     resampler.Configure({3, 2, 5000, 5000, 30, 20, 5000, 5000, 0, 0});
     std::vector<uint32_t> out(6, 0);
     resampler.Resample(nullptr, 0, reinterpret_cast<uint8_t*>(out.data()), 12);

@@ -12,58 +12,36 @@ namespace {
 
 class PlatformSelectionTest : public LinuxDesktopTest {
 protected:
-    void SetUp() override {
-        LinuxDesktopTest::SetUp();
-        Install(nullptr);
-    }
     void TearDown() override {
         Install(nullptr);
         unsetenv("QCP_PLATFORM");
         if (session) setenv("DISPLAY", session->display().c_str(), 1);
     }
 
-    std::string Select(const char* requested) {
+    // The error, and the platform chosen (afresh) for `requested`.
+    std::string Select(const char* requested, bool expectOk) {
+        Install(nullptr);
         if (requested)
             setenv("QCP_PLATFORM", requested, 1);
         else
             unsetenv("QCP_PLATFORM");
         std::string error;
-        ok = SelectFromEnvironment(error);
-        return error;
+        EXPECT_EQ(SelectFromEnvironment(error), expectOk) << (requested ? requested : "native");
+        return error + " -> " + std::string(Current()->Name());
     }
-
-    bool ok = false;
 };
 
 } // namespace
 
-TEST_F(PlatformSelectionTest, TheNativePlatformIsX11WhenADisplayOpens) {
-    EXPECT_EQ(Select(nullptr), "");
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(Current()->Name(), "linux");
-    Install(nullptr);
-    EXPECT_EQ(Select("linux"), "");
-    EXPECT_EQ(Current()->Name(), "linux");
-}
+TEST_F(PlatformSelectionTest, ChoosesByNameAndFallsBackWithAReason) {
+    EXPECT_EQ(Select(nullptr, true), " -> linux");
+    EXPECT_EQ(Select("linux", true), " -> linux");
+    EXPECT_EQ(Select("sim", true), " -> sim");
+    EXPECT_EQ(Select("beos", false), "QCP_PLATFORM=beos is unknown; using linux -> linux");
 
-TEST_F(PlatformSelectionTest, SimIsChosenByName) {
-    EXPECT_EQ(Select("sim"), "");
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(Current()->Name(), "sim");
-}
-
-TEST_F(PlatformSelectionTest, WithoutADisplayLinuxFallsBackToSimAndSaysWhy) {
     setenv("DISPLAY", ":4097", 1); // nothing listens there
-    EXPECT_EQ(Select("linux"), "QCP_PLATFORM=linux is not available (cannot open X display \":4097\"); using sim");
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(Current()->Name(), "sim");
-    Install(nullptr);
-    EXPECT_EQ(Select(nullptr), "the native platform is not available (cannot open X display \":4097\"); using sim");
-    EXPECT_EQ(Current()->Name(), "sim");
-}
-
-TEST_F(PlatformSelectionTest, AnUnknownNameGetsTheNativePlatformAndAnError) {
-    EXPECT_EQ(Select("beos"), "QCP_PLATFORM=beos is unknown; using linux");
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(Current()->Name(), "linux");
+    EXPECT_EQ(Select("linux", false),
+              "QCP_PLATFORM=linux is not available (cannot open X display \":4097\"); using sim -> sim");
+    EXPECT_EQ(Select(nullptr, false),
+              "the native platform is not available (cannot open X display \":4097\"); using sim -> sim");
 }

@@ -53,10 +53,6 @@ public:
         std::lock_guard lock(fMutex);
         return fDeliveries;
     }
-    size_t Count() {
-        std::lock_guard lock(fMutex);
-        return fDeliveries.size();
-    }
 
 private:
     std::mutex fMutex;

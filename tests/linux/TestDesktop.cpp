@@ -4,8 +4,6 @@
 #include <X11/Xutil.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <ostream>
 #include <thread>
 
@@ -50,14 +48,9 @@ Window TestDesktop::Open(const Options& options, uint32_t rgb, int x, int y, int
     hints.width = width;
     hints.height = height;
     XSetWMNormalHints(fDisplay, window, &hints);
-    if (options.title)
-        XChangeProperty(fDisplay, window, XInternAtom(fDisplay, "_NET_WM_NAME", False),
-                        XInternAtom(fDisplay, "UTF8_STRING", False), 8, PropModeReplace,
-                        reinterpret_cast<const unsigned char*>(options.title->data()), int(options.title->size()));
-    if (options.legacyName)
-        XChangeProperty(fDisplay, window, XA_WM_NAME, XA_STRING, 8, PropModeReplace,
-                        reinterpret_cast<const unsigned char*>(options.legacyName->data()),
-                        int(options.legacyName->size()));
+    XChangeProperty(fDisplay, window, XInternAtom(fDisplay, "_NET_WM_NAME", False),
+                    XInternAtom(fDisplay, "UTF8_STRING", False), 8, PropModeReplace,
+                    reinterpret_cast<const unsigned char*>(options.title.data()), int(options.title.size()));
     if (options.pid != 0)
         XChangeProperty(fDisplay, window, XInternAtom(fDisplay, "_NET_WM_PID", False), XA_CARDINAL, 32, PropModeReplace,
                         reinterpret_cast<const unsigned char*>(&options.pid), 1);
@@ -100,19 +93,10 @@ void TestDesktop::Close(Window window) {
 void TestDesktop::Minimise(Window window) {
     XIconifyWindow(fDisplay, window, DefaultScreen(fDisplay));
     XSync(fDisplay, False);
-    WaitUntil([&] { return WmState(window) == IconicState; });
-}
-
-void TestDesktop::Activate(Window window) {
-    SendToWindowManager(window, "_NET_ACTIVE_WINDOW", 2 /* from a pager */, CurrentTime);
-    WaitUntil([&] { return !Stacking().empty() && Stacking().front() == window; });
-}
-
-void TestDesktop::MoveToDesktop(Window window, long desktop) {
-    SendToWindowManager(window, "_NET_WM_DESKTOP", desktop, 2);
+    const Atom wmState = XInternAtom(fDisplay, "WM_STATE", False);
     WaitUntil([&] {
-        const std::vector<unsigned long> value = ReadLongs(fDisplay, window, "_NET_WM_DESKTOP", XA_CARDINAL);
-        return !value.empty() && long(value.front()) == desktop;
+        const std::vector<unsigned long> state = ReadLongs(fDisplay, window, "WM_STATE", wmState);
+        return !state.empty() && state.front() == IconicState;
     });
 }
 
@@ -125,21 +109,18 @@ TestDesktop::Area TestDesktop::ClientArea(Window window) const {
     return {x, y, attributes.width, attributes.height};
 }
 
-Window TestDesktop::FrameOf(Window window) const {
-    for (;;) {
+TestDesktop::Area TestDesktop::FrameArea(Window window) const {
+    for (;;) { // up to the window manager's frame, the root's child
         Window rootReturn = None, parent = None;
         Window* children = nullptr;
         unsigned count = 0;
         XQueryTree(fDisplay, window, &rootReturn, &parent, &children, &count);
         if (children) XFree(children);
-        if (parent == rootReturn) return window;
+        if (parent == rootReturn) break;
         window = parent;
     }
-}
-
-TestDesktop::Area TestDesktop::FrameArea(Window window) const {
     XWindowAttributes attributes{};
-    XGetWindowAttributes(fDisplay, FrameOf(window), &attributes);
+    XGetWindowAttributes(fDisplay, window, &attributes);
     return {attributes.x, attributes.y, attributes.width + 2 * attributes.border_width,
             attributes.height + 2 * attributes.border_width};
 }
@@ -158,31 +139,6 @@ bool TestDesktop::WaitUntil(const std::function<bool()>& condition, std::chrono:
     return true;
 }
 
-void TestDesktop::SendToWindowManager(Window window, const char* message, long a, long b, long c) {
-    XEvent event{};
-    event.xclient.type = ClientMessage;
-    event.xclient.window = window;
-    event.xclient.message_type = XInternAtom(fDisplay, message, False);
-    event.xclient.format = 32;
-    event.xclient.data.l[0] = a;
-    event.xclient.data.l[1] = b;
-    event.xclient.data.l[2] = c;
-    XSendEvent(fDisplay, root(), False, SubstructureRedirectMask | SubstructureNotifyMask, &event);
-    XSync(fDisplay, False);
-}
-
-long TestDesktop::WmState(Window window) const {
-    const Atom wmState = XInternAtom(fDisplay, "WM_STATE", False);
-    const std::vector<unsigned long> state = ReadLongs(fDisplay, window, "WM_STATE", wmState);
-    return state.empty() ? -1 : long(state.front());
-}
-
-void LinuxDesktopTest::StartSession(const std::vector<std::string>& extraArguments) {
-    session = XvfbSession::Start(extraArguments, unavailable);
-}
-
-void LinuxDesktopTest::TearDownTestSuite() { session.reset(); }
-
 void LinuxDesktopTest::SetUp() {
     if (!session) GTEST_SKIP() << unavailable;
     desktop = std::make_unique<TestDesktop>(session->display());
@@ -200,14 +156,4 @@ Pixel PixelAt(const uint8_t* base, size_t bytesPerRow, int x, int y) {
 std::ostream& operator<<(std::ostream& out, const Pixel& pixel) {
     return out << "(b " << int(pixel.b) << ", g " << int(pixel.g) << ", r " << int(pixel.r) << ", a " << int(pixel.a)
                << ")";
-}
-
-int ThreadsNamed(const std::string& name) {
-    int count = 0;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::ifstream comm(task.path() / "comm");
-        std::string line;
-        if (std::getline(comm, line) && line == name) ++count;
-    }
-    return count;
 }

@@ -7,7 +7,6 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,34 +14,15 @@
 #include "XvfbSession.h"
 
 // The test's own X client on the session's server: it opens windows filled
-// with a colour, and asks the window manager to minimise, raise or move them,
-// waiting each time until the window manager has done it.
+// with a colour and asks the window manager to minimise them, waiting each
+// time until the window manager has done it.
 class TestDesktop {
 public:
     struct Options {
-        std::optional<std::string> title;      // _NET_WM_NAME; none: no title at all
-        std::optional<std::string> legacyName; // WM_NAME as Latin-1 STRING
-        long pid = 0;                          // _NET_WM_PID; 0: not set
-        std::string windowClass = "QcpTest";   // class part of WM_CLASS
-
-        Options& Title(std::string text) {
-            title = std::move(text);
-            return *this;
-        }
-        Options& LegacyName(std::string text) {
-            legacyName = std::move(text);
-            return *this;
-        }
-        Options& Pid(long value) {
-            pid = value;
-            return *this;
-        }
-        Options& Class(std::string name) {
-            windowClass = std::move(name);
-            return *this;
-        }
+        std::string title;                   // _NET_WM_NAME
+        long pid = 0;                        // _NET_WM_PID; 0: not set
+        std::string windowClass = "QcpTest"; // class part of WM_CLASS
     };
-    static Options Titled(std::string title) { return Options().Title(std::move(title)); }
     // A client rectangle in root pixels.
     struct Area {
         int x = 0, y = 0, width = 0, height = 0;
@@ -60,11 +40,7 @@ public:
     void Paint(Window window, uint32_t rgb);
     void Close(Window window);
     void Minimise(Window window);
-    void Activate(Window window);
-    void MoveToDesktop(Window window, long desktop);
 
-    // The window manager's frame holding a client (the root's child).
-    Window FrameOf(Window window) const;
     // Where the client area is, and the frame holding it, as the server says.
     Area ClientArea(Window window) const;
     Area FrameArea(Window window) const;
@@ -76,9 +52,6 @@ public:
                           std::chrono::milliseconds limit = std::chrono::seconds(10));
 
 private:
-    void SendToWindowManager(Window window, const char* message, long a, long b = 0, long c = 0);
-    long WmState(Window window) const;
-
     Display* fDisplay = nullptr;
 };
 
@@ -88,10 +61,12 @@ private:
 class LinuxDesktopTest : public ::testing::Test {
 public:
     static void SetUpTestSuite() { StartSession({}); }
-    static void TearDownTestSuite();
+    static void TearDownTestSuite() { session.reset(); }
 
 protected:
-    static void StartSession(const std::vector<std::string>& extraArguments);
+    static void StartSession(const std::vector<std::string>& extraArguments) {
+        session = XvfbSession::Start(extraArguments, unavailable);
+    }
     void SetUp() override;
 
     static inline std::unique_ptr<XvfbSession> session;
@@ -99,9 +74,6 @@ protected:
     std::unique_ptr<TestDesktop> desktop;
     std::unique_ptr<qcp::platform::Platform> platform;
 };
-
-// How many threads of this process bear `name`.
-int ThreadsNamed(const std::string& name);
 
 // Bytes of one B, G, R, A pixel.
 struct Pixel {

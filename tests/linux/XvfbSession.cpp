@@ -21,19 +21,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr auto kStartLimit = std::chrono::seconds(10);
 
-bool Installed(const std::string& program) {
-    const char* path = std::getenv("PATH");
-    std::string directories = path ? path : "/usr/bin:/bin";
-    size_t start = 0;
-    while (start <= directories.size()) {
-        const size_t end = std::min(directories.find(':', start), directories.size());
-        if (access((directories.substr(start, end - start) + "/" + program).c_str(), X_OK) == 0) return true;
-        start = end + 1;
-    }
-    return false;
-}
-
-// Runs `arguments` with its output discarded. Descriptors without
+// Runs `arguments` with its output discarded; -1 when it cannot be run. Descriptors without
 // close-on-exec (Xvfb's -displayfd pipe) are inherited.
 pid_t Spawn(const std::vector<std::string>& arguments) {
     posix_spawn_file_actions_t actions;
@@ -121,11 +109,6 @@ bool WindowManagerFrames(Display* display) {
 } // namespace
 
 std::unique_ptr<XvfbSession> XvfbSession::Start(const std::vector<std::string>& extraArguments, std::string& why) {
-    for (const char* program : {"Xvfb", "openbox"})
-        if (!Installed(program)) {
-            why = std::string(program) + " is not installed";
-            return nullptr;
-        }
     int pipeFds[2];
     if (pipe(pipeFds) != 0) {
         why = "no pipe";
@@ -143,13 +126,17 @@ std::unique_ptr<XvfbSession> XvfbSession::Start(const std::vector<std::string>& 
     const std::string number = session->fServer > 0 ? ReadDisplayNumber(pipeFds[0]) : "";
     close(pipeFds[0]);
     if (number.empty()) {
-        why = "Xvfb did not start";
+        why = session->fServer > 0 ? "Xvfb did not start" : "Xvfb is not installed";
         return nullptr;
     }
     session->fDisplay = ":" + number;
     setenv("DISPLAY", session->fDisplay.c_str(), 1);
 
     session->fWindowManager = Spawn({"openbox", "--sm-disable"});
+    if (session->fWindowManager <= 0) {
+        why = "openbox is not installed";
+        return nullptr;
+    }
     Display* display = XOpenDisplay(session->fDisplay.c_str());
     if (!display) {
         why = "cannot connect to Xvfb on " + session->fDisplay;
