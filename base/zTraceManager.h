@@ -1,9 +1,9 @@
 #pragma once
 #include <cstdint>
-#include <deque>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "zBoundedHistory.h"
 
 // Developer trace. Keeps the most recent messages in memory (tests read them)
 // and echoes them as zLogOutput says.
@@ -22,6 +22,5 @@ public:
     void ClearHistory();
 
 private:
-    mutable std::mutex fMutex;
-    std::deque<Entry> fHistory;
+    zBoundedHistory<Entry, kHistoryLimit> fHistory;
 };

@@ -9,17 +9,9 @@ std::shared_ptr<zUserLogHistory> zUserLogHistory::Default() {
 
 void zUserLogHistory::Add(int level, std::string text) {
     zLogOutput::Write(level == 0 ? "user" : "user error", text);
-    std::lock_guard lock(fMutex);
-    if (fEntries.size() == kHistoryLimit) fEntries.pop_front();
-    fEntries.push_back({level, std::move(text)});
+    fEntries.Add({level, std::move(text)});
 }
 
-std::vector<zUserLogHistory::Entry> zUserLogHistory::Entries() const {
-    std::lock_guard lock(fMutex);
-    return {fEntries.begin(), fEntries.end()};
-}
+std::vector<zUserLogHistory::Entry> zUserLogHistory::Entries() const { return fEntries.Entries(); }
 
-void zUserLogHistory::Clear() {
-    std::lock_guard lock(fMutex);
-    fEntries.clear();
-}
+void zUserLogHistory::Clear() { fEntries.Clear(); }

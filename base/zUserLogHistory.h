@@ -1,9 +1,9 @@
 #pragma once
-#include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "zBoundedHistory.h"
 
 // The user-facing log: messages a user may read (level 0 information,
 // level 1 error). Keeps a bounded history and echoes it as zLogOutput says.
@@ -25,6 +25,5 @@ public:
     void Clear();
 
 private:
-    mutable std::mutex fMutex;
-    std::deque<Entry> fEntries;
+    zBoundedHistory<Entry, kHistoryLimit> fEntries;
 };
