@@ -3,114 +3,25 @@
 // reports it.
 #include <unistd.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "CaptureOptions.h"
 #include "CaptureStats.h"
 #include "Commands.h"
+#include "Displays.h"
 #include "FrameRecorder.h"
+#include "PluginSettings.h"
 #include "WindowCatalogue.h"
 
 namespace qcphost {
 namespace {
-
-struct CaptureOptions {
-    int display = 0;
-    std::string region; // "left,top,right,bottom", inclusive, in the display's points
-    std::string window;
-    std::string app;
-    bool game = false;
-    bool cursor = true;
-    double seconds = 3;
-    uint64_t frames = 0; // stop after this many video frames; 0: by time only
-    std::string output = "capture-out";
-    double pngInterval = 1.0;
-    bool video = true;
-};
-
-constexpr const char* kUsage =
-    "usage: capture [--display N] [--region LEFT,TOP,RIGHT,BOTTOM] [--window TITLE --app APP [--game]]\n"
-    "               [--cursor on|off] [--duration SECONDS] [--frames N] [--output DIR]\n"
-    "               [--png-interval SECONDS] [--no-video]\n";
-
-bool Number(const std::string& text, double& value) {
-    char* end = nullptr;
-    value = std::strtod(text.c_str(), &end);
-    return !text.empty() && !*end;
-}
-
-bool Parse(const std::vector<std::string>& args, CaptureOptions& options, std::string& error) {
-    for (size_t i = 0; i < args.size() && error.empty(); ++i) {
-        const std::string& flag = args[i];
-        if (flag == "--game") {
-            options.game = true;
-        } else if (flag == "--no-video") {
-            options.video = false;
-        } else if (i + 1 >= args.size()) {
-            error = flag + " needs a value";
-        } else {
-            const std::string& value = args[++i];
-            double number = 0;
-            if (flag == "--display") {
-                if (!Number(value, number) || number < 0) error = "--display takes a display index";
-                options.display = int(number);
-            } else if (flag == "--region") {
-                int l, t, r, b;
-                char tail;
-                if (std::sscanf(value.c_str(), "%d,%d,%d,%d%c", &l, &t, &r, &b, &tail) != 4 || r < l || b < t)
-                    error = "--region takes LEFT,TOP,RIGHT,BOTTOM with right >= left and bottom >= top";
-                options.region = value;
-            } else if (flag == "--window") {
-                options.window = value;
-            } else if (flag == "--app") {
-                options.app = value;
-            } else if (flag == "--cursor") {
-                if (value != "on" && value != "off") error = "--cursor takes on or off";
-                options.cursor = value == "on";
-            } else if (flag == "--duration") {
-                if (!Number(value, options.seconds) || options.seconds <= 0)
-                    error = "--duration takes a positive number of seconds";
-            } else if (flag == "--frames") {
-                if (!Number(value, number) || number < 1) error = "--frames takes a positive count";
-                options.frames = uint64_t(number);
-            } else if (flag == "--output") {
-                options.output = value;
-            } else if (flag == "--png-interval") {
-                if (!Number(value, options.pngInterval) || options.pngInterval < 0)
-                    error = "--png-interval takes seconds (0: no PNG files)";
-            } else {
-                error = "unknown option " + flag;
-            }
-        }
-    }
-    if (error.empty() && options.window.empty() != options.app.empty()) error = "--window and --app go together";
-    return error.empty();
-}
-
-std::string Parameter(const std::string& name, const std::string& value) {
-    return "<parameter name=\"" + name + "\" value=\"" + value + "\"/>";
-}
-
-std::string SettingsFor(const CaptureOptions& options) {
-    std::string xml = "<settings>" + Parameter("cursor", options.cursor ? "true" : "false");
-    if (!options.window.empty()) {
-        xml += Parameter("Type", options.game ? "2" : "1");
-        xml += Parameter("capture_window", options.window) + Parameter("capture_app", options.app);
-    } else {
-        xml += Parameter("Type", "0") + Parameter("capture_monitor", std::to_string(options.display));
-        if (!options.region.empty())
-            xml += Parameter("capture_monitor_region", options.region) + Parameter("capture_monitor_state", "1");
-    }
-    return xml + "</settings>";
-}
 
 // Everything the video callback touches.
 struct Session {
@@ -161,8 +72,20 @@ void Progress(double elapsed, const CaptureStats::Summary& s, uint64_t dropped) 
 int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) {
     CaptureOptions options;
     std::string error;
-    if (!Parse(args, options, error)) {
-        std::fprintf(stderr, "qcp-host: %s\n%s", error.c_str(), kUsage);
+    if (!CaptureOptions::Parse(args, options, error)) {
+        std::fprintf(stderr, "qcp-host: %s\n%s", error.c_str(), CaptureOptions::kUsage);
+        return 2;
+    }
+    // Without a display there is nothing to record, window or not.
+    const int displays = CountDisplays(plugin);
+    if (displays == 0) {
+        std::fprintf(stderr, "qcp-host: %s\n",
+                     NoDisplaysMessage(std::getenv("QCP_PLATFORM"), std::getenv("DISPLAY")).c_str());
+        return 1;
+    }
+    if (options.window.empty() && options.display >= displays) {
+        std::fprintf(stderr, "qcp-host: no display %d; the plug-in lists %d (0 to %d)\n", options.display, displays,
+                     displays - 1);
         return 2;
     }
     if (!options.window.empty() && !WindowCatalogue::Read(plugin).Has(options.window, options.app)) {
@@ -185,7 +108,7 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
     const char* source = "qcp-host capture";
     plugin.QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, source);
     plugin.QCP_RegisterVideoDataArrivedCallback(QCP_SCREEN_DEVICE_ID, source, &Session::Arrived, &session);
-    plugin.QCP_SetSourceSettings(QCP_SCREEN_DEVICE_ID, source, SettingsFor(options).c_str());
+    ApplySettings(plugin, source, options.Settings());
 
     const auto begin = std::chrono::steady_clock::now();
     double elapsed = 0;

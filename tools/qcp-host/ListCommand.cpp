@@ -1,7 +1,9 @@
 // `qcp-host list`: the model, devices, sources, applications and windows.
 #include <cstdio>
+#include <cstdlib>
 
 #include "Commands.h"
+#include "Displays.h"
 #include "HostStrings.h"
 #include "WindowCatalogue.h"
 
@@ -30,6 +32,14 @@ void ListDevices(PluginLibrary& plugin) {
     }
 }
 
+void ListDisplays(PluginLibrary& plugin) {
+    const int displays = CountDisplays(plugin);
+    std::printf("displays: %d\n", displays);
+    if (displays == 0)
+        std::fprintf(stderr, "qcp-host: %s\n",
+                     NoDisplaysMessage(std::getenv("QCP_PLATFORM"), std::getenv("DISPLAY")).c_str());
+}
+
 void ListApplications(PluginLibrary& plugin) {
     const WindowCatalogue catalogue = WindowCatalogue::Read(plugin);
     if (!catalogue.answered) {
@@ -50,6 +60,7 @@ int ListCommand(PluginLibrary& plugin) {
     std::printf("model: %s\n",
                 QueryString([&](char* b, uint32_t* n) { plugin.QCP_GetModelInfo(nullptr, b, n); }).c_str());
     ListDevices(plugin);
+    ListDisplays(plugin);
     ListApplications(plugin);
     return 0;
 }

@@ -4,6 +4,8 @@
 #include <sstream>
 
 #include "Commands.h"
+#include "PluginSettings.h"
+#include "SettingsRecord.h"
 
 namespace qcphost {
 namespace {
@@ -19,15 +21,6 @@ bool ReadXml(const std::string& argument, std::string& xml) {
     text << file.rdbuf();
     xml = text.str();
     return true;
-}
-
-void PrintSettings(PluginLibrary& plugin, const std::string& source) {
-    uint32_t length = 0;
-    plugin.QCP_GetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), nullptr, &length);
-    std::string xml(length, '\0');
-    plugin.QCP_GetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), xml.data(), &length);
-    std::fwrite(xml.data(), 1, xml.size(), stdout);
-    if (!xml.empty() && xml.back() != '\n') std::fputc('\n', stdout);
 }
 
 } // namespace
@@ -48,9 +41,18 @@ int SettingsCommand(PluginLibrary& plugin, const std::vector<std::string>& args)
             std::fprintf(stderr, "qcp-host: cannot read %s\n", args[2].c_str() + 1);
             return 1;
         }
+        // The plug-in ignores a text it cannot read without a word: say so here.
+        SettingsRecord record;
+        std::string error;
+        if (!SettingsRecord::Parse(xml, record, error)) {
+            std::fprintf(stderr, "qcp-host: the settings are %s\n", error.c_str());
+            return 2;
+        }
         plugin.QCP_SetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), xml.c_str());
     }
-    PrintSettings(plugin, source);
+    const std::string settings = ReadSettingsText(plugin, source);
+    std::fwrite(settings.data(), 1, settings.size(), stdout);
+    if (!settings.empty() && settings.back() != '\n') std::fputc('\n', stdout);
     return 0;
 }
 

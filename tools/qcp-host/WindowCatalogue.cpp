@@ -12,12 +12,16 @@ void Answer(void* context, QCP_PropertyType type, void* value) {
 } // namespace
 
 WindowCatalogue WindowCatalogue::Read(PluginLibrary& plugin) {
-    WindowCatalogue catalogue;
     std::string xml;
+    if (!plugin.QCP_GetProperty(&xml, &Answer, "ScreenCaptureAppsAndWindows", QCP_SCREEN_DEVICE_ID, nullptr))
+        return {};
+    return Parse(xml);
+}
+
+WindowCatalogue WindowCatalogue::Parse(const std::string& xml) {
+    WindowCatalogue catalogue;
     pugi::xml_document document;
-    if (!plugin.QCP_GetProperty(&xml, &Answer, "ScreenCaptureAppsAndWindows", QCP_SCREEN_DEVICE_ID, nullptr) ||
-        !document.load_string(xml.c_str()))
-        return catalogue;
+    if (!document.load_buffer(xml.data(), xml.size())) return catalogue;
     catalogue.answered = true;
     for (const pugi::xml_node app : document.child("apps").children("app")) {
         Application application{app.attribute("name").value(), app.attribute("id").value(), {}};

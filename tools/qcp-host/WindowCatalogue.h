@@ -22,6 +22,8 @@ struct WindowCatalogue {
     std::vector<Application> applications;
 
     static WindowCatalogue Read(PluginLibrary& plugin);
+    // The plug-in's "apps" text; not answered when it is not well-formed.
+    static WindowCatalogue Parse(const std::string& xml);
     // Whether a window of that title and application exists, in any letter case.
     bool Has(const std::string& title, const std::string& application) const;
 };

@@ -2,7 +2,6 @@
 // and drives it through its C interface.
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <string>
 #include <vector>
@@ -19,8 +18,9 @@ Loads the capture plug-in (libMacCapture.so next to this program unless
 
 Commands:
   list                         the model, the devices with their categories
-                               and display names, each device's sources, and
-                               the applications and windows that can be captured
+                               and display names, each device's sources, the
+                               number of displays, and the applications and
+                               windows that can be captured
   settings get SOURCE          the settings record of a new source SOURCE
   settings set SOURCE XML      applies a settings record (XML text, or @FILE to
                                read it from a file), then prints the result
@@ -61,11 +61,6 @@ int main(int argc, char** argv) {
     }
     try {
         qcphost::PluginLibrary plugin(pluginPath);
-        const char* platform = std::getenv("QCP_PLATFORM");
-        const char* display = std::getenv("DISPLAY");
-        if ((!platform || std::string(platform) == "linux") && (!display || !*display))
-            std::fprintf(stderr, "qcp-host: no X display ($DISPLAY is unset): the plug-in shows its simulated "
-                                 "desktop instead\n");
         plugin.QCP_IntitializeLibrary();
         const int status = Run(plugin, args);
         plugin.QCP_UninitializeLibrary();

@@ -1,0 +1,105 @@
+#include "CaptureOptions.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+namespace qcphost {
+namespace {
+
+// The whole text must be the number: "1.5" is no count, "2x" no duration.
+template <class Integer>
+bool WholeInteger(const std::string& text, Integer& value) {
+    const char* end = text.data() + text.size();
+    const auto [stop, problem] = std::from_chars(text.data(), end, value);
+    return !text.empty() && problem == std::errc() && stop == end;
+}
+
+bool Seconds(const std::string& text, double& value) {
+    char* end = nullptr;
+    value = std::strtod(text.c_str(), &end);
+    return !text.empty() && !*end && std::isfinite(value);
+}
+
+bool Region(const std::string& text) {
+    int32_t edges[4];
+    const char* at = text.data();
+    const char* end = text.data() + text.size();
+    for (int i = 0; i < 4; ++i) {
+        if (i > 0 && (at == end || *at++ != ',')) return false;
+        const auto [stop, problem] = std::from_chars(at, end, edges[i]);
+        if (problem != std::errc()) return false;
+        at = stop;
+    }
+    return at == end && edges[2] >= edges[0] && edges[3] >= edges[1];
+}
+
+// One option that takes a value; the empty text when it is good.
+std::string Take(const std::string& flag, const std::string& value, CaptureOptions& options) {
+    if (flag == "--display") {
+        if (!WholeInteger(value, options.display) || options.display < 0) return "--display takes a display index";
+    } else if (flag == "--region") {
+        if (!Region(value))
+            return "--region takes LEFT,TOP,RIGHT,BOTTOM with right >= left and bottom >= top";
+        options.region = value;
+    } else if (flag == "--window") {
+        options.window = value;
+    } else if (flag == "--app") {
+        options.app = value;
+    } else if (flag == "--cursor") {
+        if (value != "on" && value != "off") return "--cursor takes on or off";
+        options.cursor = value == "on";
+    } else if (flag == "--duration") {
+        if (!Seconds(value, options.seconds) || options.seconds <= 0)
+            return "--duration takes a positive number of seconds";
+    } else if (flag == "--frames") {
+        if (!WholeInteger(value, options.frames) || options.frames < 1) return "--frames takes a positive count";
+    } else if (flag == "--output") {
+        options.output = value;
+    } else if (flag == "--png-interval") {
+        if (!Seconds(value, options.pngInterval) || options.pngInterval < 0)
+            return "--png-interval takes seconds (0: no PNG files)";
+    } else {
+        return "unknown option " + flag;
+    }
+    return {};
+}
+
+} // namespace
+
+bool CaptureOptions::Parse(const std::vector<std::string>& args, CaptureOptions& options, std::string& error) {
+    error.clear();
+    for (size_t i = 0; i < args.size() && error.empty(); ++i) {
+        const std::string& flag = args[i];
+        if (flag == "--game")
+            options.game = true;
+        else if (flag == "--no-video")
+            options.video = false;
+        else if (i + 1 >= args.size())
+            error = flag + " needs a value";
+        else
+            error = Take(flag, args[++i], options);
+    }
+    if (error.empty() && options.window.empty() != options.app.empty()) error = "--window and --app go together";
+    return error.empty();
+}
+
+SettingsRecord CaptureOptions::Settings() const {
+    SettingsRecord settings;
+    settings.Add("cursor", cursor ? "true" : "false");
+    if (!window.empty()) {
+        settings.Add("Type", game ? "2" : "1");
+        settings.Add("capture_window", window);
+        settings.Add("capture_app", app);
+    } else {
+        settings.Add("Type", "0");
+        settings.Add("capture_monitor", std::to_string(display));
+        if (!region.empty()) {
+            settings.Add("capture_monitor_region", region);
+            settings.Add("capture_monitor_state", "1");
+        }
+    }
+    return settings;
+}
+
+} // namespace qcphost

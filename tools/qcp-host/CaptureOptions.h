@@ -1,0 +1,37 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "SettingsRecord.h"
+
+namespace qcphost {
+
+// What `qcp-host capture` was asked to do.
+struct CaptureOptions {
+    int display = 0;
+    std::string region; // "left,top,right,bottom", inclusive, in the display's points
+    std::string window;
+    std::string app;
+    bool game = false;
+    bool cursor = true;
+    double seconds = 3;
+    uint64_t frames = 0; // stop after this many video frames; 0: by time only
+    std::string output = "capture-out";
+    double pngInterval = 1.0;
+    bool video = true;
+
+    static constexpr const char* kUsage =
+        "usage: capture [--display N] [--region LEFT,TOP,RIGHT,BOTTOM] [--window TITLE --app APP [--game]]\n"
+        "               [--cursor on|off] [--duration SECONDS] [--frames N] [--output DIR]\n"
+        "               [--png-interval SECONDS] [--no-video]\n";
+
+    // False, with the reason in `error`, for an unknown option, a missing or
+    // malformed value, or --window without --app.
+    static bool Parse(const std::vector<std::string>& args, CaptureOptions& options, std::string& error);
+
+    // The settings record that aims a source at what was asked.
+    SettingsRecord Settings() const;
+};
+
+} // namespace qcphost
