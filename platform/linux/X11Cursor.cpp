@@ -9,59 +9,69 @@
 
 namespace qcp::platform::x11 {
 
-X11Cursor::X11Cursor(std::unique_ptr<X11Connection> connection) : fConnection(std::move(connection)) {
-    Display* display = fConnection->display();
+X11Cursor::Link::Link(std::unique_ptr<X11Connection> made) : connection(std::move(made)) {
+    Display* display = connection->display();
     X11ErrorTrap trap(display);
     int errorBase = 0, major = 0, minor = 0;
-    if (XFixesQueryExtension(display, &fFixesEventBase, &errorBase) && XFixesQueryVersion(display, &major, &minor) &&
+    if (XFixesQueryExtension(display, &fixesEventBase, &errorBase) && XFixesQueryVersion(display, &major, &minor) &&
         major >= 2)
-        XFixesSelectCursorInput(display, fConnection->root(), XFixesDisplayCursorNotifyMask);
+        XFixesSelectCursorInput(display, connection->root(), XFixesDisplayCursorNotifyMask);
     else
-        fFixesEventBase = -1;
+        fixesEventBase = -1;
+}
+
+X11Cursor::Link* X11Cursor::Connected() const {
+    return fServer.Refresh(fLink, X11Server::Reconnect::NotWhileLost);
 }
 
 Point X11Cursor::mouseLocation() const {
-    std::lock_guard lock(fConnection->mutex());
-    Display* display = fConnection->display();
+    std::lock_guard lock(fMutex);
+    Link* link = Connected();
+    if (!link) return {};
+    Display* display = link->connection->display();
+    const Window rootWindow = link->connection->root();
     X11ErrorTrap trap(display);
     Window root = None, child = None;
     int x = 0, y = 0, windowX = 0, windowY = 0;
     unsigned int buttons = 0;
     // False when the pointer is on another X screen.
-    if (!XQueryPointer(display, fConnection->root(), &root, &child, &x, &y, &windowX, &windowY, &buttons)) return {};
-    const X11Monitor main = X11Monitors::Main(display, X11Monitors::Read(display, fConnection->root()));
-    ReadEvents(); // what the answers brought along, so that nothing piles up
+    if (!XQueryPointer(display, rootWindow, &root, &child, &x, &y, &windowX, &windowY, &buttons)) return {};
+    const X11Monitor main = X11Monitors::Main(display, X11Monitors::Read(display, rootWindow));
+    link->ReadEvents(); // what the answers brought along, so that nothing piles up
+    if (!link->connection->usable()) return {};
     return {double(x - main.x), double((main.y + main.height) - y)};
 }
 
 CursorImage X11Cursor::currentCursor() const {
-    std::lock_guard lock(fConnection->mutex());
-    if (fFixesEventBase < 0) return {};
-    Display* display = fConnection->display();
+    std::lock_guard lock(fMutex);
+    Link* link = Connected();
+    if (!link || link->fixesEventBase < 0) return {};
+    Display* display = link->connection->display();
     X11ErrorTrap trap(display);
     XEventsQueued(display, QueuedAfterFlush);
-    ReadEvents();
-    if (!fCursorChanged) return fCursor;
-    fCursor = {};
+    link->ReadEvents();
+    if (!link->cursorChanged) return link->cursor;
+    link->cursor = {};
     if (XFixesCursorImage* image = XFixesGetCursorImage(display)) {
-        fCursor.image = ConvertPixels(image->pixels, image->width, image->height);
-        fCursor.width = image->width;
-        fCursor.height = image->height;
-        fCursor.hotSpot = {double(image->xhot), double(image->yhot)};
-        fSerial = image->cursor_serial;
+        link->cursor.image = ConvertPixels(image->pixels, image->width, image->height);
+        link->cursor.width = image->width;
+        link->cursor.height = image->height;
+        link->cursor.hotSpot = {double(image->xhot), double(image->yhot)};
+        link->serial = image->cursor_serial;
         XFree(image);
     }
-    fCursorChanged = false;
-    return fCursor;
+    if (!link->connection->usable()) return {}; // the link goes at the next call
+    link->cursorChanged = false;
+    return link->cursor;
 }
 
-void X11Cursor::ReadEvents() const {
-    Display* display = fConnection->display();
+void X11Cursor::Link::ReadEvents() {
+    Display* display = connection->display();
     while (XEventsQueued(display, QueuedAlready) > 0) {
         XEvent event;
         XNextEvent(display, &event);
-        if (fFixesEventBase >= 0 && event.type == fFixesEventBase + XFixesCursorNotify) {
-            if (reinterpret_cast<const XFixesCursorNotifyEvent&>(event).cursor_serial != fSerial) fCursorChanged = true;
+        if (fixesEventBase >= 0 && event.type == fixesEventBase + XFixesCursorNotify) {
+            if (reinterpret_cast<const XFixesCursorNotifyEvent&>(event).cursor_serial != serial) cursorChanged = true;
         }
     }
 }

@@ -1,13 +1,18 @@
 #pragma once
 #include <memory>
+#include <mutex>
 
 #include "Cursor.h"
 #include "X11Connection.h"
+#include "X11Server.h"
 
 namespace qcp::platform::x11 {
 
 // The pointer and the cursor's picture (XFixes), on a connection of its own
-// guarded by its mutex; any thread.
+// guarded by the mutex; any thread. Without a reachable server the mouse is
+// at (0, 0) and no cursor is shown; the cursor does not try a lost server
+// again itself (it is asked sixty times a second), but follows once screens
+// or windows have reached it (see X11Server).
 //
 // The picture is fetched again only when XFixes reports a new cursor serial;
 // until then the same CursorImage, picture included, is handed out. The
@@ -16,7 +21,7 @@ namespace qcp::platform::x11 {
 // without any notice).
 class X11Cursor final : public Cursor {
 public:
-    explicit X11Cursor(std::unique_ptr<X11Connection> connection);
+    explicit X11Cursor(X11Server& server) : fServer(server) {}
 
     Point mouseLocation() const override;
     CursorImage currentCursor() const override;
@@ -26,14 +31,25 @@ public:
     static ImageRef ConvertPixels(const unsigned long* pixels, uint32_t width, uint32_t height);
 
 private:
-    // The caller holds the connection's mutex and a trap.
-    void ReadEvents() const;
+    // What belongs to one connection.
+    struct Link {
+        explicit Link(std::unique_ptr<X11Connection> connection);
+        // Takes the events received: a new cursor serial. The caller holds
+        // fMutex and a trap.
+        void ReadEvents();
 
-    std::unique_ptr<X11Connection> fConnection;
-    int fFixesEventBase = -1; // -1 without XFixes
-    mutable bool fCursorChanged = true;
-    mutable unsigned long fSerial = 0; // of the picture in fCursor
-    mutable CursorImage fCursor;
+        const std::unique_ptr<X11Connection> connection;
+        int fixesEventBase = -1; // -1 without XFixes
+        bool cursorChanged = true;
+        unsigned long serial = 0; // of the picture in cursor
+        CursorImage cursor;
+    };
+    // The current link, remade when stale; null without a server.
+    Link* Connected() const;
+
+    X11Server& fServer;
+    mutable std::mutex fMutex;
+    mutable std::unique_ptr<Link> fLink;
 };
 
 } // namespace qcp::platform::x11

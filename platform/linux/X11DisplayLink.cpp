@@ -7,8 +7,10 @@
 
 namespace qcp::platform::x11 {
 
-X11DisplayLink::X11DisplayLink(double refreshRate, DisplayLinkCallback callback)
-    : fPeriodMicros(int64_t(1e6 / (refreshRate > 0 ? refreshRate : 60))), fCallback(std::move(callback)) {}
+X11DisplayLink::X11DisplayLink(double refreshRate, DisplayLinkCallback callback,
+                               std::shared_ptr<const X11ServerState> server, uint64_t generation)
+    : fPeriodMicros(int64_t(1e6 / (refreshRate > 0 ? refreshRate : 60))), fCallback(std::move(callback)),
+      fServer(std::move(server)), fGeneration(generation) {}
 
 bool X11DisplayLink::Start() {
     if (fThread.joinable()) return true;
@@ -34,6 +36,10 @@ void X11DisplayLink::Run() {
     auto next = std::chrono::steady_clock::now() + period;
     std::unique_lock lock(fMutex);
     while (!fWake.wait_until(lock, next, [this] { return fStopping; })) {
+        if (!fServer->Current(fGeneration)) {
+            fWake.wait(lock, [this] { return fStopping; });
+            return;
+        }
         lock.unlock();
         fCallback(zTime::MicroNow());
         lock.lock();

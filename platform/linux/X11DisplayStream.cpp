@@ -47,7 +47,7 @@ X11DisplayStream::X11DisplayStream(std::unique_ptr<X11Connection> connection, Di
                                    double refreshRate, int damageEventBase, int randrEventBase)
     : fConnection(std::move(connection)), fConfig(std::move(config)), fPeriodMicros(PeriodFor(refreshRate)),
       fDamageEventBase(damageEventBase), fRandrEventBase(randrEventBase),
-      fGrabber(fConnection->display(), fConfig.outputWidth, fConfig.outputHeight, fConfig.pixelFormat,
+      fGrabber(*fConnection, fConfig.outputWidth, fConfig.outputHeight, fConfig.pixelFormat,
                fConfig.sourceRect),
       fChannel(FrameChannel::Create(*fConfig.queue, fConfig.handler)) {
     Display* display = fConnection->display();
@@ -63,16 +63,17 @@ X11DisplayStream::~X11DisplayStream() {
     fChannel->Close();
     fChannel->Release();
     X11ErrorTrap trap(fConnection->display());
-    if (fDamage != None) XDamageDestroy(fConnection->display(), fDamage);
+    if (fDamage != None && fConnection->usable()) XDamageDestroy(fConnection->display(), fDamage);
 }
 
 bool X11DisplayStream::Start() {
     if (fThread.joinable() && !fEnded) return true;
     EndRun();
+    if (!fConnection->usable()) return false;
     {
         X11ErrorTrap trap(fConnection->display());
         ReadEvents(); // what happened while stopped is of no interest now
-        if (Reaim() == Aim::Gone) return false;
+        if (Reaim() == Aim::Gone || !fConnection->usable()) return false;
     }
     fStopping = false;
     fEnded = false;
@@ -120,17 +121,16 @@ void X11DisplayStream::Run() {
 }
 
 void X11DisplayStream::Tick(int64_t now) {
+    // The server went away, or came back anew: this connection is done.
+    if (!fConnection->usable()) return End(now);
     X11ErrorTrap trap(fConnection->display());
     ReadEvents();
+    if (!fConnection->usable()) return End(now);
     if (fArrangementChanged || now - fLastArranged >= kFullRefreshMicros) {
         fArrangementChanged = false;
         fLastArranged = now;
         switch (Reaim()) {
-        case Aim::Gone:
-            // Unplugged: the run ends as it ends on macOS.
-            fEnded = true;
-            fChannel->Post(FrameStatus::Stopped, uint64_t(now), {});
-            return;
+        case Aim::Gone: return End(now); // unplugged: the run ends as it ends on macOS
         case Aim::Moved: fChanged = true; break;
         case Aim::Same: break;
         }
@@ -142,6 +142,7 @@ void X11DisplayStream::Tick(int64_t now) {
     }
     Surface* surface = fGrabber.FreeSurface();
     if (!surface || !fGrabber.Grab(*surface)) return; // tried again at the next refresh
+    if (!fConnection->usable()) return End(now); // what was read is not the screen
     fLastRead = now;
     if (fDelivered && !fChanged && SameAsLastFrame(*surface)) {
         if (!fIdleSent) fIdleSent = fChannel->Post(FrameStatus::Idle, uint64_t(now), {});
@@ -153,6 +154,11 @@ void X11DisplayStream::Tick(int64_t now) {
     fChanged = false;
     fDelivered = true;
     fIdleSent = false;
+}
+
+void X11DisplayStream::End(int64_t now) {
+    fEnded = true;
+    fChannel->Post(FrameStatus::Stopped, uint64_t(now), {});
 }
 
 void X11DisplayStream::ReadEvents() {

@@ -32,9 +32,15 @@ namespace qcp::platform::x11 {
 // last frame. Deliveries are posted to the stream's queue; the thread never
 // waits for them. Monitors moving on the root window are followed. Blank is
 // not reported: X11 does not tell a sleeping monitor from a still one.
+//
+// When the X server is lost (or reconnected, which makes this connection
+// stale), the run ends with an unrequested Stopped, as when the monitor goes;
+// Start then answers false, and the connection is not used again but to be
+// closed. A new stream is made on the new connection.
 class X11DisplayStream final : public DisplayStream {
 public:
     // Null when the monitor is not attached or the screen cannot be read.
+    // `connection` belongs to the stream.
     static std::unique_ptr<X11DisplayStream> Create(std::unique_ptr<X11Connection> connection,
                                                     DisplayStreamConfig config, double refreshRate);
     ~X11DisplayStream() override;
@@ -50,6 +56,7 @@ private:
     void Run();
     void Tick(int64_t now);
     void ReadEvents();
+    void End(int64_t now); // ends the run unrequested
     enum class Aim { Gone, Moved, Same };
     Aim Reaim();
     bool SameAsLastFrame(const Surface& frame) const;

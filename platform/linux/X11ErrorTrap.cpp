@@ -1,8 +1,9 @@
 #include "X11ErrorTrap.h"
 
-#include <algorithm>
 #include <mutex>
 #include <vector>
+
+#include "X11OwnDisplays.h"
 
 namespace qcp::platform::x11 {
 
@@ -10,7 +11,6 @@ namespace qcp::platform::x11 {
 struct TrapRegistry {
     std::mutex mutex;
     std::vector<X11ErrorTrap*> traps; // innermost last
-    std::vector<Display*> ownDisplays;
     XErrorHandler previous = nullptr;
 
     static TrapRegistry& Get() {
@@ -34,9 +34,7 @@ struct TrapRegistry {
                 return 0;
             }
             // An error of ours that nobody waits for is never the host's business.
-            if (trapped || std::find(registry.ownDisplays.begin(), registry.ownDisplays.end(), display) !=
-                               registry.ownDisplays.end())
-                return 0;
+            if (trapped || X11OwnDisplays::Contains(display)) return 0;
             forward = registry.previous;
         }
         return forward ? forward(display, event) : 0;
@@ -77,20 +75,6 @@ int X11ErrorTrap::Sync() {
     fError = Success;
     fFirstSerial = NextRequest(fDisplay);
     return error;
-}
-
-void X11ErrorTrap::Adopt(Display* display) {
-    TrapRegistry& registry = TrapRegistry::Get();
-    std::lock_guard lock(registry.mutex);
-    registry.ownDisplays.push_back(display);
-}
-
-void X11ErrorTrap::Disown(Display* display) {
-    TrapRegistry& registry = TrapRegistry::Get();
-    std::lock_guard lock(registry.mutex);
-    if (auto found = std::find(registry.ownDisplays.begin(), registry.ownDisplays.end(), display);
-        found != registry.ownDisplays.end())
-        registry.ownDisplays.erase(found);
 }
 
 } // namespace qcp::platform::x11

@@ -13,9 +13,9 @@ namespace qcp::platform::x11 {
 // their handler. The last trap to go puts that handler back. A trap belongs
 // to the thread that made it, and so does its display while it lives.
 //
-// Every plug-in request that can fail runs under a trap; connections opened
-// through X11Connection are known to the handler, which drops their errors
-// that no trap is waiting for instead of passing them on.
+// Every plug-in request that can fail runs under a trap; the handler drops
+// errors on the plug-in's own connections (X11OwnDisplays) that no trap is
+// waiting for instead of passing them on.
 class X11ErrorTrap {
 public:
     explicit X11ErrorTrap(Display* display);
@@ -31,10 +31,6 @@ public:
     int Sync();
     // The display was closed under the trap: nothing is left to wait for.
     void Forget() { fDisplay = nullptr; }
-
-    // Connections the handler knows as the plug-in's own.
-    static void Adopt(Display* display);
-    static void Disown(Display* display);
 
 private:
     friend struct TrapRegistry;

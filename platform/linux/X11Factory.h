@@ -1,6 +1,5 @@
 #pragma once
 #include <memory>
-#include <string>
 
 #include "Platform.h"
 
@@ -8,8 +7,9 @@
 // their None, Bool and Status macros) coming along.
 namespace qcp::platform::x11 {
 
-// The X11 platform on $DISPLAY; null, with the reason in `error`, when no X
-// display can be opened.
-std::unique_ptr<Platform> MakePlatform(std::string& error);
+// The X11 platform on $DISPLAY, made even when there is no X display: it
+// then shows no screens and no windows, says why once in the user log, and
+// connects when a server appears on that display (see X11Platform).
+std::unique_ptr<Platform> MakePlatform();
 
 } // namespace qcp::platform::x11

@@ -42,11 +42,11 @@ bool X11FrameGrabber::Supported(Display* display, std::string& why) {
     return false;
 }
 
-X11FrameGrabber::X11FrameGrabber(Display* display, uint32_t outputWidth, uint32_t outputHeight, uint32_t pixelFormat,
-                                 std::optional<Rect> sourceRect)
-    : fDisplay(display), fRoot(DefaultRootWindow(display)),
+X11FrameGrabber::X11FrameGrabber(const X11Connection& connection, uint32_t outputWidth, uint32_t outputHeight,
+                                 uint32_t pixelFormat, std::optional<Rect> sourceRect)
+    : fConnection(connection), fDisplay(connection.display()), fRoot(connection.root()),
       fProperties(OutputProperties(outputWidth, outputHeight, pixelFormat)), fSourceRect(sourceRect),
-      fShm(X11ShmImage::Available(display)) {
+      fShm(X11ShmImage::Available(fDisplay)) {
     fPool.reserve(kPoolSize);
 }
 
@@ -83,7 +83,7 @@ bool X11FrameGrabber::Aim(const X11Monitor& monitor, int rootWidth, int rootHeig
     if (needBuffer && !fBufferMemory) {
         fBufferMemory = ShmSurfaceMemory::Create(bufferSize);
         if (fBufferMemory)
-            fBuffer = X11ShmImage::Attach(fDisplay, fBufferMemory->shmid(), fBufferMemory->data(), uint32_t(fReadWidth),
+            fBuffer = X11ShmImage::Attach(fConnection, fBufferMemory->shmid(), fBufferMemory->data(), uint32_t(fReadWidth),
                                           uint32_t(fReadHeight));
     }
     return true;
@@ -97,7 +97,7 @@ Surface* X11FrameGrabber::FreeSurface() {
     std::unique_ptr<ShmSurfaceMemory> memory = fShm ? ShmSurfaceMemory::Create(fProperties.allocSize) : nullptr;
     if (memory)
         pooled.image =
-            X11ShmImage::Attach(fDisplay, memory->shmid(), memory->data(), fProperties.width, fProperties.height);
+            X11ShmImage::Attach(fConnection, memory->shmid(), memory->data(), fProperties.width, fProperties.height);
     pooled.surface =
         SurfaceRef::Adopt(memory ? Surface::Create(fProperties, std::move(memory)) : Surface::Create(fProperties));
     if (!pooled.surface) return nullptr;

@@ -9,6 +9,7 @@
 #include "FrameResampler.h"
 #include "Geometry.h"
 #include "ShmSurfaceMemory.h"
+#include "X11Connection.h"
 #include "Surface.h"
 #include "X11Monitors.h"
 #include "X11ShmImage.h"
@@ -31,7 +32,7 @@ public:
     // reads; `why` says otherwise.
     static bool Supported(Display* display, std::string& why);
 
-    X11FrameGrabber(Display* display, uint32_t outputWidth, uint32_t outputHeight, uint32_t pixelFormat,
+    X11FrameGrabber(const X11Connection& connection, uint32_t outputWidth, uint32_t outputHeight, uint32_t pixelFormat,
                     std::optional<Rect> sourceRect);
     ~X11FrameGrabber();
     X11FrameGrabber(const X11FrameGrabber&) = delete;
@@ -62,6 +63,7 @@ private:
     bool ReadThroughBuffer(Surface& surface);
     bool ReadPlain(Surface& surface);
 
+    const X11Connection& fConnection;
     Display* const fDisplay;
     const Window fRoot;
     const SurfaceProperties fProperties;

@@ -6,6 +6,7 @@
 #include "Platform.h"
 #include "X11Cursor.h"
 #include "X11Screens.h"
+#include "X11Server.h"
 #include "X11System.h"
 #include "X11WindowServer.h"
 
@@ -16,11 +17,19 @@ namespace qcp::platform::x11 {
 // should not wait for each other); every display stream opens one for its
 // capture thread. Surfaces are shared memory that MIT-SHM can write into;
 // compositing is done on the CPU.
+//
+// The platform exists whether or not the server can be reached. Without it
+// (no display, or it is lost) there are no screens, windows or cursor, and
+// streams and links are not made (null); the server is tried again as
+// X11Server describes, and what comes after its return works as before.
+// Streams and links made before a loss end (see X11DisplayStream,
+// X11DisplayLink); new ones must be made.
 class X11Platform final : public Platform {
 public:
-    // Connects to `displayName` (empty: $DISPLAY). Null, with the reason in
-    // `error`, when the display cannot be opened.
-    static std::unique_ptr<X11Platform> Create(const std::string& displayName, std::string& error);
+    // Works on `displayName`; empty when there is no display. Connects at
+    // once, so that a display that cannot be opened is reported now rather
+    // than at first use.
+    explicit X11Platform(const std::string& displayName);
 
     std::string_view Name() const override { return "linux"; }
     Screens& screens() override { return fScreens; }
@@ -32,17 +41,11 @@ public:
     std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) override;
     Surface* createSurface(const SurfaceProperties& properties) override;
 
-    // The display name every connection is made to.
-    const std::string& displayName() const { return fDisplayName; }
-
 private:
-    X11Platform(std::string displayName, std::unique_ptr<X11Connection> screens, std::unique_ptr<X11Connection> windows,
-                std::unique_ptr<X11Connection> cursor);
-
-    const std::string fDisplayName;
-    X11Screens fScreens;
-    X11WindowServer fWindowServer;
-    X11Cursor fCursor;
+    X11Server fServer;
+    X11Screens fScreens{fServer};
+    X11WindowServer fWindowServer{fServer};
+    X11Cursor fCursor{fServer};
     CpuCompositor fCompositor;
     X11System fSystem;
 };

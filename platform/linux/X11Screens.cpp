@@ -5,33 +5,36 @@
 
 namespace qcp::platform::x11 {
 
-X11Screens::X11Screens(std::unique_ptr<X11Connection> connection)
-    : fConnection(std::move(connection)), fAtoms(fConnection->display()) {
-    Display* display = fConnection->display();
+X11Screens::Link::Link(std::unique_ptr<X11Connection> made)
+    : connection(std::move(made)), atoms(connection->display()) {
+    Display* display = connection->display();
     int errorBase = 0;
-    if (!XRRQueryExtension(display, &fRandrEventBase, &errorBase)) {
-        fRandrEventBase = -1;
+    if (!XRRQueryExtension(display, &randrEventBase, &errorBase)) {
+        randrEventBase = -1;
         return;
     }
     X11ErrorTrap trap(display);
-    XRRSelectInput(display, fConnection->root(),
+    XRRSelectInput(display, connection->root(),
                    RRScreenChangeNotifyMask | RRCrtcChangeNotifyMask | RROutputChangeNotifyMask |
                        RROutputPropertyNotifyMask);
 }
 
 std::vector<ScreenInfo> X11Screens::list() const {
-    std::lock_guard lock(fConnection->mutex());
-    Display* display = fConnection->display();
+    std::lock_guard lock(fMutex);
+    Link* link = fServer.Refresh(fLink, X11Server::Reconnect::IfLost);
+    if (!link) return {};
+    Display* display = link->connection->display();
     X11ErrorTrap trap(display);
-    const std::vector<X11Monitor> monitors = X11Monitors::Read(display, fConnection->root());
-    DropDetailsOnChange();
+    const std::vector<X11Monitor> monitors = X11Monitors::Read(display, link->connection->root());
+    DropDetailsOnChange(*link);
     std::vector<ScreenInfo> screens;
     screens.reserve(monitors.size());
     for (const X11Monitor& monitor : monitors) {
-        const OutputDetails& details = Details(monitor);
+        const OutputDetails& details = Details(*link, monitor);
         screens.push_back({monitor.displayID, X11Monitors::GlobalFrame(monitor, monitors.front()), 1.0,
                            details.productName, details.refreshRate});
     }
+    if (!link->connection->usable()) return {}; // lost while reading
     return screens;
 }
 
@@ -41,30 +44,31 @@ std::optional<ScreenInfo> X11Screens::screen(uint32_t displayID) const {
     return std::nullopt;
 }
 
-void X11Screens::DropDetailsOnChange() const {
-    Display* display = fConnection->display();
+void X11Screens::DropDetailsOnChange(Link& link) {
+    Display* display = link.connection->display();
     // The monitors' answer has been read, so every change the server made
     // before it is queued by now.
     bool changed = false;
     while (XEventsQueued(display, QueuedAlready) > 0) {
         XEvent event;
         XNextEvent(display, &event);
-        if (fRandrEventBase < 0) continue;
-        if (event.type == fRandrEventBase + RRScreenChangeNotify) XRRUpdateConfiguration(&event);
-        if (event.type == fRandrEventBase + RRScreenChangeNotify || event.type == fRandrEventBase + RRNotify)
+        if (link.randrEventBase < 0) continue;
+        if (event.type == link.randrEventBase + RRScreenChangeNotify) XRRUpdateConfiguration(&event);
+        if (event.type == link.randrEventBase + RRScreenChangeNotify || event.type == link.randrEventBase + RRNotify)
             changed = true;
     }
-    if (changed) fDetails.clear();
+    if (changed) link.details.clear();
 }
 
-const X11Screens::OutputDetails& X11Screens::Details(const X11Monitor& monitor) const {
-    auto found = fDetails.find(monitor.displayID);
-    if (found == fDetails.end()) found = fDetails.emplace(monitor.displayID, ReadDetails(monitor)).first;
+const X11Screens::OutputDetails& X11Screens::Details(Link& link, const X11Monitor& monitor) {
+    auto found = link.details.find(monitor.displayID);
+    if (found == link.details.end())
+        found = link.details.emplace(monitor.displayID, ReadDetails(link, monitor)).first;
     return found->second;
 }
 
-X11Screens::OutputDetails X11Screens::ReadDetails(const X11Monitor& monitor) const {
-    Display* display = fConnection->display();
+X11Screens::OutputDetails X11Screens::ReadDetails(const Link& link, const X11Monitor& monitor) {
+    Display* display = link.connection->display();
     OutputDetails details;
     if (monitor.output == None) {
         if (monitor.name != None) {
@@ -80,13 +84,13 @@ X11Screens::OutputDetails X11Screens::ReadDetails(const X11Monitor& monitor) con
     int format = 0;
     unsigned long count = 0, remaining = 0;
     unsigned char* edid = nullptr;
-    if (XRRGetOutputProperty(display, monitor.output, fAtoms.edid, 0, 64, False, False, AnyPropertyType, &type, &format,
+    if (XRRGetOutputProperty(display, monitor.output, link.atoms.edid, 0, 64, False, False, AnyPropertyType, &type, &format,
                              &count, &remaining, &edid) == Success &&
         edid) {
         if (format == 8) details.productName = X11Monitors::EdidProductName(edid, count);
         XFree(edid);
     }
-    XRRScreenResources* resources = XRRGetScreenResourcesCurrent(display, fConnection->root());
+    XRRScreenResources* resources = XRRGetScreenResourcesCurrent(display, link.connection->root());
     if (!resources) return details;
     if (XRROutputInfo* output = XRRGetOutputInfo(display, resources, monitor.output)) {
         if (!details.productName) details.productName = std::string(output->name, size_t(output->nameLen));

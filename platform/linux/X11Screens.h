@@ -3,11 +3,13 @@
 
 #include <map>
 #include <memory>
+#include <mutex>
 
 #include "Screens.h"
 #include "X11Atoms.h"
 #include "X11Connection.h"
 #include "X11Monitors.h"
+#include "X11Server.h"
 
 namespace qcp::platform::x11 {
 
@@ -20,10 +22,13 @@ namespace qcp::platform::x11 {
 // is seen at the next call. The outputs' names, EDIDs and refresh rates are
 // kept between calls until the server reports any RandR change, which it
 // does before answering that round trip. Any thread; the connection is
-// guarded by its mutex.
+// guarded by the mutex.
+//
+// Without a reachable server the list is empty; asking for it is what tries
+// a lost server again (see X11Server).
 class X11Screens final : public Screens {
 public:
-    explicit X11Screens(std::unique_ptr<X11Connection> connection);
+    explicit X11Screens(X11Server& server) : fServer(server) {}
 
     std::vector<ScreenInfo> list() const override;
     // The monitor a display id names now, none when it is not attached.
@@ -35,15 +40,23 @@ private:
         double refreshRate = 0;
     };
 
-    // The caller holds the connection's mutex.
-    void DropDetailsOnChange() const;
-    const OutputDetails& Details(const X11Monitor& monitor) const;
-    OutputDetails ReadDetails(const X11Monitor& monitor) const;
+    // What belongs to one connection.
+    struct Link {
+        explicit Link(std::unique_ptr<X11Connection> connection);
+        const std::unique_ptr<X11Connection> connection;
+        const X11Atoms atoms;
+        int randrEventBase = -1; // -1 without RandR
+        std::map<uint32_t, OutputDetails> details;
+    };
 
-    std::unique_ptr<X11Connection> fConnection;
-    const X11Atoms fAtoms;
-    int fRandrEventBase = -1; // -1 without RandR
-    mutable std::map<uint32_t, OutputDetails> fDetails;
+    // The caller holds fMutex.
+    static void DropDetailsOnChange(Link& link);
+    static const OutputDetails& Details(Link& link, const X11Monitor& monitor);
+    static OutputDetails ReadDetails(const Link& link, const X11Monitor& monitor);
+
+    X11Server& fServer;
+    mutable std::mutex fMutex;
+    mutable std::unique_ptr<Link> fLink;
 };
 
 } // namespace qcp::platform::x11

@@ -12,13 +12,14 @@ bool X11ShmImage::Available(Display* display) {
     return XShmQueryExtension(display) && XShmQueryVersion(display, &major, &minor, &pixmaps);
 }
 
-std::unique_ptr<X11ShmImage> X11ShmImage::Attach(Display* display, int shmid, uint8_t* data, uint32_t width,
-                                                 uint32_t height) {
+std::unique_ptr<X11ShmImage> X11ShmImage::Attach(const X11Connection& connection, int shmid, uint8_t* data,
+                                                 uint32_t width, uint32_t height) {
+    Display* display = connection.display();
     const int screen = DefaultScreen(display);
     XImage* image = XShmCreateImage(display, DefaultVisual(display, screen), unsigned(DefaultDepth(display, screen)),
                                     ZPixmap, nullptr, nullptr, width, height);
     if (!image) return nullptr;
-    std::unique_ptr<X11ShmImage> shm(new X11ShmImage(display, image));
+    std::unique_ptr<X11ShmImage> shm(new X11ShmImage(connection, image));
     if (image->bits_per_pixel != 32 || uint32_t(image->bytes_per_line) != width * 4) {
         shm->fSegment.shmaddr = nullptr; // nothing attached
         return nullptr;
@@ -37,7 +38,7 @@ std::unique_ptr<X11ShmImage> X11ShmImage::Attach(Display* display, int shmid, ui
 }
 
 X11ShmImage::~X11ShmImage() {
-    if (fSegment.shmaddr) {
+    if (fSegment.shmaddr && fConnection.usable()) {
         X11ErrorTrap trap(fDisplay);
         XShmDetach(fDisplay, &fSegment);
     }

@@ -5,12 +5,15 @@
 #include <cstdint>
 #include <memory>
 
+#include "X11Connection.h"
+
 namespace qcp::platform::x11 {
 
 // An XImage over shared memory that the X server has attached (MIT-SHM), so
 // that XShmGetImage writes pixels straight into that memory. The memory is
 // not owned (a surface's or a buffer's); it must outlive the image. Lives on
-// the thread that owns the display, and must go before the display closes.
+// the thread that owns the connection, and must go before it closes; the
+// server is told to detach only while the connection is usable.
 class X11ShmImage {
 public:
     // Whether the server takes shared memory from this client at all.
@@ -19,8 +22,8 @@ public:
     // `data` (at least width * 4 * height bytes, rows of width * 4 bytes) in
     // segment `shmid`. Null when the server does not attach the segment or
     // the root window's pixels are not 32 bits.
-    static std::unique_ptr<X11ShmImage> Attach(Display* display, int shmid, uint8_t* data, uint32_t width,
-                                               uint32_t height);
+    static std::unique_ptr<X11ShmImage> Attach(const X11Connection& connection, int shmid, uint8_t* data,
+                                               uint32_t width, uint32_t height);
     ~X11ShmImage();
     X11ShmImage(const X11ShmImage&) = delete;
     X11ShmImage& operator=(const X11ShmImage&) = delete;
@@ -32,8 +35,10 @@ public:
     uint32_t bytesPerRow() const { return uint32_t(fImage->bytes_per_line); }
 
 private:
-    X11ShmImage(Display* display, XImage* image) : fDisplay(display), fImage(image) {}
+    X11ShmImage(const X11Connection& connection, XImage* image)
+        : fConnection(connection), fDisplay(connection.display()), fImage(image) {}
 
+    const X11Connection& fConnection;
     Display* const fDisplay;
     XImage* const fImage;
     XShmSegmentInfo fSegment{};

@@ -16,13 +16,15 @@ namespace {
 constexpr unsigned long kAllDesktops = 0xFFFFFFFF;
 } // namespace
 
-X11WindowServer::X11WindowServer(std::unique_ptr<X11Connection> connection)
-    : fConnection(std::move(connection)), fAtoms(fConnection->display()), fImages(fConnection->display()) {}
+X11WindowServer::Link* X11WindowServer::Connected() const {
+    return fServer.Refresh(fLink, X11Server::Reconnect::IfLost);
+}
 
 std::vector<WindowInfo> X11WindowServer::windowList(bool onScreenOnly) const {
-    std::lock_guard lock(fConnection->mutex());
-    X11ErrorTrap trap(fConnection->display());
-    fImages.ReadEvents();
+    std::lock_guard lock(fMutex);
+    if (!Connected()) return {};
+    X11ErrorTrap trap(fLink->connection->display());
+    fLink->images.ReadEvents();
     const X11Monitor main = MainMonitor();
     const long desktop = CurrentDesktop();
     std::vector<WindowInfo> windows;
@@ -30,25 +32,32 @@ std::vector<WindowInfo> X11WindowServer::windowList(bool onScreenOnly) const {
         std::optional<WindowInfo> info = Describe(client, main, desktop);
         if (info && (info->onScreen || !onScreenOnly)) windows.push_back(std::move(*info));
     }
+    if (!fLink->connection->usable()) return {}; // lost while reading
     return windows;
 }
 
 std::optional<WindowInfo> X11WindowServer::window(uint32_t number) const {
-    std::lock_guard lock(fConnection->mutex());
-    X11ErrorTrap trap(fConnection->display());
-    fImages.ReadEvents();
+    std::lock_guard lock(fMutex);
+    if (!Connected()) return std::nullopt;
+    X11ErrorTrap trap(fLink->connection->display());
+    fLink->images.ReadEvents();
     if (!IsClient(number)) return std::nullopt;
-    return Describe(number, MainMonitor(), CurrentDesktop());
+    std::optional<WindowInfo> info = Describe(number, MainMonitor(), CurrentDesktop());
+    if (!fLink->connection->usable()) return std::nullopt;
+    return info;
 }
 
 ImageRef X11WindowServer::windowImage(uint32_t number) const {
-    std::lock_guard lock(fConnection->mutex());
-    X11ErrorTrap trap(fConnection->display());
-    fImages.ReadEvents();
+    std::lock_guard lock(fMutex);
+    if (!Connected()) return nullptr;
+    X11ErrorTrap trap(fLink->connection->display());
+    fLink->images.ReadEvents();
     if (!IsClient(number)) return nullptr;
     const std::optional<Frame> frame = ReadFrame(number);
     if (!frame || !frame->viewable) return nullptr;
-    return fImages.Capture(number, frame->x, frame->y, frame->width, frame->height);
+    ImageRef image = fLink->images.Capture(number, frame->x, frame->y, frame->width, frame->height);
+    if (!fLink->connection->usable()) return nullptr;
+    return image;
 }
 
 int32_t X11WindowServer::ownPID() const { return int32_t(getpid()); }
@@ -62,12 +71,12 @@ std::optional<std::string> X11WindowServer::ProcessName(int32_t pid) {
 }
 
 std::vector<Window> X11WindowServer::ClientsFrontToBack() const {
-    Display* display = fConnection->display();
-    const Window root = fConnection->root();
+    Display* display = fLink->connection->display();
+    const Window root = fLink->connection->root();
     std::optional<std::vector<unsigned long>> clients =
-        X11Properties::ReadLongs(display, root, fAtoms.netClientListStacking, XA_WINDOW);
+        X11Properties::ReadLongs(display, root, fLink->atoms.netClientListStacking, XA_WINDOW);
     // Without the stacking list, the managing order is the best guess.
-    if (!clients) clients = X11Properties::ReadLongs(display, root, fAtoms.netClientList, XA_WINDOW);
+    if (!clients) clients = X11Properties::ReadLongs(display, root, fLink->atoms.netClientList, XA_WINDOW);
     std::vector<Window> windows;
     if (clients) {
         windows.assign(clients->rbegin(), clients->rend());
@@ -96,16 +105,16 @@ bool X11WindowServer::IsClient(Window window) const {
 }
 
 std::optional<X11WindowServer::Frame> X11WindowServer::ReadFrame(Window client) const {
-    Display* display = fConnection->display();
+    Display* display = fLink->connection->display();
     XWindowAttributes attributes{};
     int x = 0, y = 0;
     Window child = None;
     if (!XGetWindowAttributes(display, client, &attributes) ||
-        !XTranslateCoordinates(display, client, fConnection->root(), 0, 0, &x, &y, &child))
+        !XTranslateCoordinates(display, client, fLink->connection->root(), 0, 0, &x, &y, &child))
         return std::nullopt;
     // left, right, top, bottom
     const std::vector<unsigned long> extents =
-        X11Properties::ReadLongs(display, client, fAtoms.netFrameExtents, XA_CARDINAL)
+        X11Properties::ReadLongs(display, client, fLink->atoms.netFrameExtents, XA_CARDINAL)
             .value_or(std::vector<unsigned long>{});
     const auto extent = [&](size_t i) { return extents.size() == 4 ? int(extents[i]) : 0; };
     return Frame{x - extent(0), y - extent(2), attributes.width + extent(0) + extent(1),
@@ -113,13 +122,13 @@ std::optional<X11WindowServer::Frame> X11WindowServer::ReadFrame(Window client) 
 }
 
 std::optional<WindowInfo> X11WindowServer::Describe(Window client, const X11Monitor& main, long currentDesktop) const {
-    Display* display = fConnection->display();
+    Display* display = fLink->connection->display();
     const std::optional<Frame> frame = ReadFrame(client);
     if (!frame) return std::nullopt; // gone meanwhile
     WindowInfo info;
     info.number = uint32_t(client);
-    info.title = X11Properties::ReadTitle(display, client, fAtoms);
-    if (auto pid = X11Properties::ReadLongs(display, client, fAtoms.netWmPid, XA_CARDINAL); pid && !pid->empty())
+    info.title = X11Properties::ReadTitle(display, client, fLink->atoms);
+    if (auto pid = X11Properties::ReadLongs(display, client, fLink->atoms.netWmPid, XA_CARDINAL); pid && !pid->empty())
         info.ownerPID = int32_t(pid->front());
     info.ownerName = ProcessName(info.ownerPID);
     if (!info.ownerName) info.ownerName = X11Properties::ReadClassName(display, client);
@@ -129,29 +138,29 @@ std::optional<WindowInfo> X11WindowServer::Describe(Window client, const X11Moni
 }
 
 bool X11WindowServer::OnCurrentDesktop(Window client, long currentDesktop) const {
-    const auto desktop = X11Properties::ReadLongs(fConnection->display(), client, fAtoms.netWmDesktop, XA_CARDINAL);
+    const auto desktop = X11Properties::ReadLongs(fLink->connection->display(), client, fLink->atoms.netWmDesktop, XA_CARDINAL);
     if (currentDesktop < 0 || !desktop || desktop->empty()) return true;
     return desktop->front() == kAllDesktops || long(desktop->front()) == currentDesktop;
 }
 
 bool X11WindowServer::HiddenOrMinimised(Window client) const {
-    Display* display = fConnection->display();
-    if (const auto states = X11Properties::ReadLongs(display, client, fAtoms.netWmState, XA_ATOM);
-        states && std::find(states->begin(), states->end(), fAtoms.netWmStateHidden) != states->end())
+    Display* display = fLink->connection->display();
+    if (const auto states = X11Properties::ReadLongs(display, client, fLink->atoms.netWmState, XA_ATOM);
+        states && std::find(states->begin(), states->end(), fLink->atoms.netWmStateHidden) != states->end())
         return true;
-    const auto wmState = X11Properties::ReadLongs(display, client, fAtoms.wmState, fAtoms.wmState);
+    const auto wmState = X11Properties::ReadLongs(display, client, fLink->atoms.wmState, fLink->atoms.wmState);
     return wmState && !wmState->empty() && wmState->front() == IconicState;
 }
 
 long X11WindowServer::CurrentDesktop() const {
     const auto desktop =
-        X11Properties::ReadLongs(fConnection->display(), fConnection->root(), fAtoms.netCurrentDesktop, XA_CARDINAL);
+        X11Properties::ReadLongs(fLink->connection->display(), fLink->connection->root(), fLink->atoms.netCurrentDesktop, XA_CARDINAL);
     return desktop && !desktop->empty() ? long(desktop->front()) : -1;
 }
 
 X11Monitor X11WindowServer::MainMonitor() const {
-    Display* display = fConnection->display();
-    return X11Monitors::Main(display, X11Monitors::Read(display, fConnection->root()));
+    Display* display = fLink->connection->display();
+    return X11Monitors::Main(display, X11Monitors::Read(display, fLink->connection->root()));
 }
 
 } // namespace qcp::platform::x11

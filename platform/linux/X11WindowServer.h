@@ -2,11 +2,13 @@
 #include <X11/Xlib.h>
 
 #include <memory>
+#include <mutex>
 
 #include "WindowServer.h"
 #include "X11Atoms.h"
 #include "X11Connection.h"
 #include "X11Monitors.h"
+#include "X11Server.h"
 #include "X11WindowImage.h"
 
 namespace qcp::platform::x11 {
@@ -22,10 +24,12 @@ namespace qcp::platform::x11 {
 // clients.
 //
 // Every call reads the server afresh (a round trip or so per property), on a
-// connection of its own guarded by its mutex; any thread.
+// connection of its own guarded by the mutex; any thread. Without a
+// reachable server there are no windows and no pictures; asking for the
+// list or a window is what tries a lost server again (see X11Server).
 class X11WindowServer final : public WindowServer {
 public:
-    explicit X11WindowServer(std::unique_ptr<X11Connection> connection);
+    explicit X11WindowServer(X11Server& server) : fServer(server) {}
 
     std::vector<WindowInfo> windowList(bool onScreenOnly) const override;
     std::optional<WindowInfo> window(uint32_t number) const override;
@@ -43,7 +47,18 @@ private:
         bool viewable = false;
     };
 
-    // The caller holds the connection's mutex and a trap.
+    // What belongs to one connection.
+    struct Link {
+        explicit Link(std::unique_ptr<X11Connection> made)
+            : connection(std::move(made)), atoms(connection->display()), images(connection->display()) {}
+        const std::unique_ptr<X11Connection> connection;
+        const X11Atoms atoms;
+        X11WindowImage images;
+    };
+    // The current link, remade when stale; null without a server.
+    Link* Connected() const;
+
+    // The caller holds fMutex and a trap, and has a link.
     std::vector<Window> ClientsFrontToBack() const;
     bool IsClient(Window window) const;
     std::optional<Frame> ReadFrame(Window client) const;
@@ -53,9 +68,9 @@ private:
     long CurrentDesktop() const;
     X11Monitor MainMonitor() const;
 
-    std::unique_ptr<X11Connection> fConnection;
-    const X11Atoms fAtoms;
-    mutable X11WindowImage fImages;
+    X11Server& fServer;
+    mutable std::mutex fMutex;
+    mutable std::unique_ptr<Link> fLink;
 };
 
 } // namespace qcp::platform::x11

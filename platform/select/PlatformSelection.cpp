@@ -10,19 +10,6 @@
 #endif
 
 namespace qcp::platform {
-namespace {
-
-// The native platform, or null with the reason in `error`.
-std::unique_ptr<Platform> MakeNative(std::string& error) {
-#if QCP_HAVE_LINUX_PLATFORM
-    return x11::MakePlatform(error);
-#else
-    error = "not built";
-    return nullptr;
-#endif
-}
-
-} // namespace
 
 bool SelectFromEnvironment(std::string& error) {
     if (Current()) return true;
@@ -32,17 +19,16 @@ bool SelectFromEnvironment(std::string& error) {
         Install(sim::MakeDefaultPlatform());
         return true;
     }
-    std::string why;
-    std::unique_ptr<Platform> native = MakeNative(why);
-    const bool found = native != nullptr;
-    Install(found ? std::move(native) : sim::MakeDefaultPlatform());
-    if (!name.empty() && name != "linux") {
-        error = "QCP_PLATFORM=" + std::string(name) + " is unknown; using " + (found ? "linux" : "sim");
+    if (name.empty() || name == "linux") {
+#if QCP_HAVE_LINUX_PLATFORM
+        Install(x11::MakePlatform());
+        return true;
+#else
+        error = "the linux platform is not built (QCP_PLATFORM=sim selects the simulated desktop)";
         return false;
+#endif
     }
-    if (found) return true;
-    error = std::string(name.empty() ? "the native platform" : "QCP_PLATFORM=linux") + " is not available (" + why +
-            "); using sim";
+    error = "QCP_PLATFORM=" + std::string(name) + " is unknown (known: linux, sim)";
     return false;
 }
 

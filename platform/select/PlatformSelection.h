@@ -3,13 +3,16 @@
 
 namespace qcp::platform {
 
-// Installs the platform named by QCP_PLATFORM unless one is installed
-// already, as tests do: "sim" (the simulated desktop), "linux" (X11 on
-// $DISPLAY), or, when unset, the native one (linux when it is built and an X
-// display opens, else sim). Returns false and describes the problem in
-// `error` when the name is unknown (the native platform is installed then)
-// or when the native platform cannot be had (not built, or no X display: the
-// simulated desktop is installed then).
+// Installs the platform named by QCP_PLATFORM, unless one is installed
+// already (as tests do):
+// - "sim": the simulated desktop. It is used only when named here, never in
+//   place of a platform that is missing.
+// - "linux", or unset: the native platform, X11 on $DISPLAY. It is installed
+//   even without a reachable X server; it then lists no screens and no
+//   windows, makes no streams or display links, and says why once in the
+//   user log (see x11::MakePlatform).
+// Returns false, installs nothing and says why in `error` when the name is
+// unknown, or when the native platform is asked for and not built.
 bool SelectFromEnvironment(std::string& error);
 
 } // namespace qcp::platform

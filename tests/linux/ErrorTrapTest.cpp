@@ -24,7 +24,7 @@ using ErrorTrapTest = LinuxDesktopTest;
 
 TEST_F(ErrorTrapTest, ATrapRecordsItsConnectionsErrorsAndLeavesTheHostsHandlerTheRest) {
     std::string error;
-    const std::unique_ptr<X11Connection> connection = X11Connection::Open({}, error);
+    const std::unique_ptr<X11Connection> connection = OpenConnection(session->display(), error);
     ASSERT_TRUE(connection) << error;
     Display* own = connection->display();
     Display* hostDisplay = desktop->display(); // a connection the plug-in did not open

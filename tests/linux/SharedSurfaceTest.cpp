@@ -20,13 +20,13 @@ TEST_F(SharedSurfaceTest, TheServerWritesIntoASegmentFoundByIdAndSurfacesAreFoun
     ASSERT_NE(window, None);
     const TestDesktop::Area client = desktop->ClientArea(window);
     std::string error;
-    std::unique_ptr<X11Connection> connection = X11Connection::Open({}, error);
+    std::unique_ptr<X11Connection> connection = OpenConnection(session->display(), error);
     ASSERT_TRUE(connection) << error;
     std::unique_ptr<ShmSurfaceMemory> memory = ShmSurfaceMemory::Create(16 * 4 * 16);
     ASSERT_TRUE(memory);
     // The segment is already marked for removal: the server attaches it by id all the same.
     std::unique_ptr<X11ShmImage> image =
-        X11ShmImage::Attach(connection->display(), memory->shmid(), memory->data(), 16, 16);
+        X11ShmImage::Attach(*connection, memory->shmid(), memory->data(), 16, 16);
     ASSERT_TRUE(image);
     ASSERT_TRUE(image->Read(connection->root(), client.x + 10, client.y + 10));
     const Pixel pixel = PixelAt(memory->data(), 64, 15, 15);

@@ -143,9 +143,14 @@ void LinuxDesktopTest::SetUp() {
     if (!session) GTEST_SKIP() << unavailable;
     desktop = std::make_unique<TestDesktop>(session->display());
     ASSERT_TRUE(desktop->display());
-    std::string error;
-    platform = qcp::platform::x11::MakePlatform(error);
-    ASSERT_TRUE(platform) << error;
+    platform = qcp::platform::x11::MakePlatform();
+    ASSERT_FALSE(platform->screens().list().empty());
+}
+
+std::unique_ptr<qcp::platform::x11::X11Connection> OpenConnection(const std::string& display, std::string& error) {
+    auto state = std::make_shared<qcp::platform::x11::X11ServerState>();
+    const uint64_t generation = state->Restore();
+    return qcp::platform::x11::X11Connection::Open(display, std::move(state), generation, error);
 }
 
 Pixel PixelAt(const uint8_t* base, size_t bytesPerRow, int x, int y) {

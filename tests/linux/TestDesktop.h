@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Platform.h"
+#include "X11Connection.h"
 #include "XvfbSession.h"
 
 // The test's own X client on the session's server: it opens windows filled
@@ -74,6 +75,9 @@ protected:
     std::unique_ptr<TestDesktop> desktop;
     std::unique_ptr<qcp::platform::Platform> platform;
 };
+
+// A connection of the platform's kind to `display`, outside any platform.
+std::unique_ptr<qcp::platform::x11::X11Connection> OpenConnection(const std::string& display, std::string& error);
 
 // Bytes of one B, G, R, A pixel.
 struct Pixel {

@@ -108,7 +108,8 @@ bool WindowManagerFrames(Display* display) {
 
 } // namespace
 
-std::unique_ptr<XvfbSession> XvfbSession::Start(const std::vector<std::string>& extraArguments, std::string& why) {
+std::unique_ptr<XvfbSession> XvfbSession::Start(const std::vector<std::string>& extraArguments, std::string& why,
+                                                const std::string& display) {
     int pipeFds[2];
     if (pipe(pipeFds) != 0) {
         why = "no pipe";
@@ -121,6 +122,7 @@ std::unique_ptr<XvfbSession> XvfbSession::Start(const std::vector<std::string>& 
                                        "DAMAGE",     "+extension", "RANDR",
                                        "-nolisten",  "tcp"};
     arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
+    if (!display.empty()) arguments.insert(arguments.begin() + 1, display);
     session->fServer = Spawn(arguments);
     close(pipeFds[1]);
     const std::string number = session->fServer > 0 ? ReadDisplayNumber(pipeFds[0]) : "";
@@ -137,20 +139,29 @@ std::unique_ptr<XvfbSession> XvfbSession::Start(const std::vector<std::string>& 
         why = "openbox is not installed";
         return nullptr;
     }
-    Display* display = XOpenDisplay(session->fDisplay.c_str());
-    if (!display) {
+    Display* connection = XOpenDisplay(session->fDisplay.c_str());
+    if (!connection) {
         why = "cannot connect to Xvfb on " + session->fDisplay;
         return nullptr;
     }
     const auto deadline = Clock::now() + kStartLimit;
-    bool running = WindowManagerFrames(display);
-    while (!running && Clock::now() < deadline) running = WindowManagerFrames(display);
-    XCloseDisplay(display);
+    bool running = WindowManagerFrames(connection);
+    while (!running && Clock::now() < deadline) running = WindowManagerFrames(connection);
+    XCloseDisplay(connection);
     if (!running) {
         why = "openbox did not start";
         return nullptr;
     }
     return session;
+}
+
+void XvfbSession::KillServer() {
+    if (fServer <= 0) return;
+    kill(fServer, SIGKILL);
+    // Reaped, so that a server started next on the display number finds its
+    // lock file stale.
+    waitpid(fServer, nullptr, 0);
+    fServer = -1;
 }
 
 XvfbSession::~XvfbSession() {

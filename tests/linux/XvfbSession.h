@@ -13,13 +13,18 @@ public:
     // Starts Xvfb with a 1920 x 1080 x 24 screen, Composite, DAMAGE and RandR,
     // plus `extraArguments` (e.g. "-extension", "MIT-SHM"), then openbox, and
     // points $DISPLAY at the server. Null, with the reason in `why`, when a
-    // program is missing or does not come up within a few seconds.
-    static std::unique_ptr<XvfbSession> Start(const std::vector<std::string>& extraArguments, std::string& why);
+    // program is missing or does not come up within a few seconds. The
+    // server picks a free display number unless `display` (":N") names one.
+    static std::unique_ptr<XvfbSession> Start(const std::vector<std::string>& extraArguments, std::string& why,
+                                              const std::string& display = {});
     ~XvfbSession();
     XvfbSession(const XvfbSession&) = delete;
     XvfbSession& operator=(const XvfbSession&) = delete;
 
     const std::string& display() const { return fDisplay; }
+    // Kills the X server outright, as a crash would, and waits until it is
+    // gone; its clients lose their connections.
+    void KillServer();
 
 private:
     XvfbSession() = default;
