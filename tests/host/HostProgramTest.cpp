@@ -1,6 +1,7 @@
 // qcp-host itself, run as a user runs it, on the plug-in's simulated desktop.
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -23,9 +24,13 @@ std::string Quoted(const std::string& text) {
     return quoted + "'";
 }
 
-HostRun RunHost(const std::vector<std::string>& args) {
-    const std::string errFile = testing::TempDir() + "qcp-host-stderr.txt";
-    std::string command = "QCP_PLATFORM=sim " + Quoted(QCP_TEST_HOST);
+constexpr const char* kSim = "env QCP_PLATFORM=sim";
+
+// `environment` is an env(1) command line that sets up the host's environment.
+HostRun RunHost(const std::vector<std::string>& args, const std::string& environment = kSim) {
+    // Per process: the tests may run side by side.
+    const std::string errFile = testing::TempDir() + "qcp-host-stderr-" + std::to_string(getpid()) + ".txt";
+    std::string command = environment + " " + Quoted(QCP_TEST_HOST);
     for (const std::string& arg : args) command += " " + Quoted(arg);
     command += " 2>" + Quoted(errFile);
     HostRun run;
@@ -84,4 +89,19 @@ TEST(HostProgram, CaptureRefusesADisplayThePluginLacks) {
     const HostRun run = RunHost({"capture", "--display", "2", "--duration", "0.1", "--output", testing::TempDir()});
     EXPECT_EQ(run.status, 2);
     EXPECT_NE(run.err.find("no display 2; the plug-in lists 2"), std::string::npos) << run.err;
+}
+
+TEST(HostProgram, SaysSoWhenThereIsNoDisplay) {
+    // The native platform without an X server offers nothing to capture.
+    const std::string noX = "env -u DISPLAY QCP_PLATFORM=linux";
+    const std::string why = "no displays: is an X server running? ($DISPLAY is unset)";
+    const HostRun list = RunHost({"list"}, noX);
+    EXPECT_EQ(list.status, 0) << list.err;
+    EXPECT_NE(list.out.find("displays: 0\n"), std::string::npos) << list.out;
+    EXPECT_NE(list.err.find(why), std::string::npos) << list.err;
+
+    const HostRun capture = RunHost({"capture", "--duration", "5", "--output", testing::TempDir()}, noX);
+    EXPECT_EQ(capture.status, 1);
+    EXPECT_NE(capture.err.find(why), std::string::npos) << capture.err;
+    EXPECT_EQ(capture.out.find("frames:"), std::string::npos) << "nothing is recorded: " << capture.out;
 }
