@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "zThread.h"
+#include "zTime.h"
 
 bool zQueue::Delayed::operator<(const Delayed& other) const {
     // std::push_heap keeps the largest on top: the earliest due, then the first submitted.
@@ -47,7 +48,7 @@ void zQueue::Sync(const Work& work) {
 }
 
 void zQueue::After(int64_t micros, Work work) {
-    auto due = std::chrono::steady_clock::now() + std::chrono::microseconds(std::max<int64_t>(micros, 0));
+    const int64_t due = zTime::MicroNow() + std::max<int64_t>(micros, 0);
     {
         std::lock_guard lock(fMutex);
         fDelayed.push_back({due, fNextOrder++, std::move(work)});
@@ -60,7 +61,7 @@ void zQueue::Run() {
     zThread::NameCurrent(fLabel);
     std::unique_lock lock(fMutex);
     for (;;) {
-        auto now = std::chrono::steady_clock::now();
+        const int64_t now = zTime::MicroNow();
         while (!fDelayed.empty() && fDelayed.front().due <= now) {
             std::pop_heap(fDelayed.begin(), fDelayed.end());
             fReady.push(std::move(fDelayed.back().work));
@@ -77,8 +78,8 @@ void zQueue::Run() {
         if (fDelayed.empty()) {
             fWake.wait(lock);
         } else {
-            const auto due = fDelayed.front().due; // the vector may grow while waiting
-            fWake.wait_until(lock, due);
+            const int64_t due = fDelayed.front().due; // the vector may grow while waiting
+            zTime::WaitUntil(fWake, lock, due);
         }
     }
 }

@@ -24,6 +24,7 @@ public:
     // Runs `work` on the queue and waits for it; runs it inline when called
     // from the queue's own thread, where waiting would deadlock.
     void Sync(const Work& work);
+    // Runs `work` once `micros` microseconds of the zTime clock have passed.
     void After(int64_t micros, Work work);
 
     bool IsCurrent() const { return std::this_thread::get_id() == fThread.get_id(); }
@@ -34,7 +35,7 @@ public:
 
 private:
     struct Delayed {
-        std::chrono::steady_clock::time_point due;
+        int64_t due; // on the zTime clock
         uint64_t order;
         Work work;
         bool operator<(const Delayed& other) const;

@@ -1,6 +1,6 @@
 #include "zSignal.h"
 
-#include <chrono>
+#include "zTime.h"
 
 void zSignal::Raise() {
     // Notify under the lock: a waiter may destroy the signal as soon as its
@@ -29,6 +29,10 @@ zSignal::WaitResult zSignal::Wait(int64_t micros) {
         fCondition.wait(lock, [this] { return fRaised; });
         return WaitResult::Signalled;
     }
-    bool raised = fCondition.wait_for(lock, std::chrono::microseconds(micros), [this] { return fRaised; });
-    return raised ? WaitResult::Signalled : WaitResult::TimedOut;
+    const int64_t deadline = zTime::MicroNow() + micros;
+    while (!fRaised) {
+        if (zTime::MicroNow() >= deadline) return WaitResult::TimedOut;
+        zTime::WaitUntil(fCondition, lock, deadline);
+    }
+    return WaitResult::Signalled;
 }

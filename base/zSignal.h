@@ -15,7 +15,8 @@ public:
     void Raise();
     void Reset();
     bool IsRaised() const;
-    // Waits up to `micros` microseconds (negative or immense: forever).
+    // Waits up to `micros` microseconds of the zTime clock (negative or
+    // immense: forever).
     WaitResult Wait(int64_t micros);
 
 private:

@@ -1,13 +1,22 @@
 #pragma once
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
 
 // The process's monotonic microsecond clock. Every timed behaviour of the
-// plug-in reads it here, so that tests can substitute a manual clock.
+// plug-in reads it here and every timed wait waits on it (signals, queue
+// deadlines, render pacing, polling threads), so that tests can substitute a
+// manual clock and make hours pass in moments without sleeping.
 namespace zTime {
 using Source = int64_t (*)();
 
 int64_t MicroNow();
-// Replaces the clock; nullptr restores the steady clock. Not thread-safe
-// against concurrent readers: set it before the code under test runs.
+// Replaces the clock; nullptr restores the steady clock. Any thread may
+// switch it: waits in progress follow within a millisecond.
 void SetSource(Source source);
+
+// Waits on `condition`, whose mutex `lock` holds, until it is notified or
+// the clock reaches `deadline` (a MicroNow() reading). Like any condition
+// wait it may return early: callers re-check their state and the clock.
+void WaitUntil(std::condition_variable& condition, std::unique_lock<std::mutex>& lock, int64_t deadline);
 } // namespace zTime

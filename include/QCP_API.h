@@ -7,6 +7,14 @@
  * Strings follow "size query then fill": pass a null buffer and a length
  * pointer to learn the length without the terminating NUL, then pass a buffer
  * of at least length + 1 bytes. See docs/host-interface.md.
+ *
+ * Threads. Between QCP_IntitializeLibrary and QCP_UninitializeLibrary every
+ * function may be called from any host thread, several at once, while the
+ * plug-in's own threads capture and deliver. Initialisation and
+ * uninitialisation themselves must not overlap any other call. Changes of one
+ * source (settings, start and stop, removal) are applied one after another in
+ * the order they take its lock, interleaved with the window monitor's
+ * re-aims but never mixed with them; reads never wait for a change.
  */
 #ifndef QCP_API_H
 #define QCP_API_H
@@ -86,7 +94,13 @@ typedef void (*QCP_GetPreferenceCallback)(void* context, const char* key, char* 
 typedef void (*QCP_SetPreferenceCallback)(void* context, const char* key, const char* value);
 typedef void (*QCP_PropertyCallback)(void* context, QCP_PropertyType type, void* value);
 
-/* Library and devices */
+/* Library and devices.
+ * QCP_IntitializeLibrary returns 0 when no platform could be set up (for
+ * instance QCP_PLATFORM names an unknown one), leaving nothing behind; 1
+ * otherwise, also when there is no display to capture yet (the screen device
+ * then lists nothing and says why once in the user log). The log callback
+ * runs under the plug-in's log lock, on whichever thread logs: it must not
+ * call back into the plug-in. */
 QCP_EXPORT int QCP_IntitializeLibrary(void);
 QCP_EXPORT void QCP_UninitializeLibrary(void);
 QCP_EXPORT void QCP_GetModelInfo(const char* deviceId, char* buffer, uint32_t* length);
@@ -104,7 +118,20 @@ QCP_EXPORT void QCP_GetDeviceGroupDisplayNameForID(const char* deviceId, const c
                                                    uint32_t* length);
 QCP_EXPORT uint32_t QCP_GetTimescaleTicksPerSec(void);
 
-/* Sources */
+/* Sources.
+ * Callbacks arrive on plug-in threads, never on the thread that registered
+ * them: video on the source's stream queue, render queue, display-link thread
+ * or feed-detection queue (one at a time per source); audio on the audio
+ * thread; source-changed on the thread that applied the change. A source's
+ * callbacks are called under that source's callback lock, so registering or
+ * clearing one waits for a call in progress and no call follows the clearing.
+ * From inside a callback a host may read anything (counts, ids, names,
+ * states, settings, properties, surfaces) and register callbacks; it must not
+ * change, start, stop or remove sources (post that to a thread of its own):
+ * changes of the calling source are refused there, and those of other sources
+ * may wait for their own callbacks. QCP_RemoveSource returns once the source
+ * is out of the registry; its last callback may still be returning on another
+ * thread, and none starts after QCP_RemoveSource has returned. */
 QCP_EXPORT uint32_t QCP_GetSourceCount(const char* deviceId);
 QCP_EXPORT void QCP_GetSourceId(const char* deviceId, uint32_t index, char* buffer, uint32_t* length);
 QCP_EXPORT void QCP_GetSourceDisplayName(const char* deviceId, const char* sourceId, const char* locale, char* buffer,
@@ -127,20 +154,23 @@ QCP_EXPORT int QCP_SourceSupportsProperty(const char* deviceId, const char* sour
 QCP_EXPORT int QCP_GetVisibleParameters(const char* deviceId);
 
 /* Settings record. The query serialises and reports the byte size; the fill
- * copies exactly that many bytes, without a terminating NUL. */
+ * copies exactly that many bytes, without a terminating NUL. Query and fill
+ * pair up per host thread. */
 QCP_EXPORT void QCP_GetSourceSettings(const char* deviceId, const char* sourceId, char* buffer, uint32_t* length);
 QCP_EXPORT int QCP_SetSourceSettings(const char* deviceId, const char* sourceId, const char* xml);
 QCP_EXPORT int QCP_GetValidParameterValues(const char* deviceId, const char* sourceId, char* buffer,
                                            uint32_t* length);
 
-/* Properties */
+/* Properties. The callback runs on the calling thread, before the function
+ * returns; the value is valid only during it. */
 QCP_EXPORT int QCP_GetProperty(void* context, QCP_PropertyCallback callback, const char* property,
                                const char* deviceId, const char* sourceId);
 
 /* Frame surfaces, for hosts on systems without IOSurface. A video frame
  * names its surface by id; look it up (which retains it), lock it while
  * reading its pixels (32-bit, premultiplied alpha, B G R A in memory), then
- * unlock and release it. A surface stays valid while retained. */
+ * unlock and release it. A surface stays valid while retained; its pixels
+ * are those of the frame only during the video callback. Any thread. */
 typedef struct QCP_Surface QCP_Surface;
 QCP_EXPORT QCP_Surface* QCP_SurfaceLookup(uint32_t surfaceId); /* null when gone */
 QCP_EXPORT void QCP_SurfaceRetain(QCP_Surface* surface);

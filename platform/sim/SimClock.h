@@ -11,7 +11,7 @@ class SimTicker;
 // Paces the simulated displays: every display stream, display link and
 // animation ticks on its own thread (SimTicker), and the clock decides when.
 //
-// Real time (the default): each ticker fires at its own period on the steady
+// Real time (the default): each ticker fires at its own period on the zTime
 // clock, like real displays.
 //
 // Stepped: tickers fire only when a test calls Step(), once per step each,

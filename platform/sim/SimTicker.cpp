@@ -4,6 +4,7 @@
 
 #include "SimClock.h"
 #include "zThread.h"
+#include "zTime.h"
 
 namespace qcp::platform::sim {
 
@@ -37,14 +38,13 @@ SimTicker::~SimTicker() {
 void SimTicker::Run() {
     zThread::NameCurrent(fName);
     SimClock::tOnTicker = true;
-    const auto period = std::chrono::microseconds(fPeriodMicros);
-    auto next = std::chrono::steady_clock::now() + period;
+    int64_t next = zTime::MicroNow() + fPeriodMicros;
     std::unique_lock lock(fClock.fMutex);
     while (!fStopping) {
         if (fClock.fStepped) {
             fClock.fChanged.wait(lock, [this] { return fStopping || !fClock.fStepped || fClock.fStep > fDone; });
             if (fStopping || !fClock.fStepped) {
-                next = std::chrono::steady_clock::now() + period;
+                next = zTime::MicroNow() + fPeriodMicros;
                 continue;
             }
             const uint64_t step = fDone + 1;
@@ -54,14 +54,19 @@ void SimTicker::Run() {
             fDone = step;
             fClock.fChanged.notify_all();
         } else {
-            if (fClock.fChanged.wait_until(lock, next, [this] { return fStopping || fClock.fStepped; })) continue;
+            // Real time is the zTime clock: a test that substitutes it moves
+            // every ticker with it.
+            if (zTime::MicroNow() < next) {
+                zTime::WaitUntil(fClock.fChanged, lock, next);
+                continue;
+            }
             lock.unlock();
             fTick();
             lock.lock();
             fDone = fClock.fStep;
-            next += period;
+            next += fPeriodMicros;
             // After a long stall, tick from now on rather than catching up.
-            if (const auto now = std::chrono::steady_clock::now(); now > next) next = now + period;
+            if (const int64_t now = zTime::MicroNow(); now > next) next = now + fPeriodMicros;
         }
     }
 }

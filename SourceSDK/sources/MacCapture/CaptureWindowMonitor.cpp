@@ -76,25 +76,36 @@ int _CaptureWindowMonitor::Main(int, const char**) {
 }
 
 int64_t _CaptureWindowMonitor::Poll() {
-    MacCaptureWindowManager::lockRefresh();
-    MacCaptureWindow* window = fManager.getCaptureWindow(fSourceID);
-    if (!window) {
-        MacCaptureWindowManager::refreshLists();
-        MacCaptureWindow* found = MacCaptureWindowManager::getWindow(fWindowTitle, fAppName);
-        const int foundID = found ? found->windowID : 0;
-        MacCaptureWindowManager::unlockRefresh();
-        if (found) {
-            fManager.setCaptureWindow(fSourceID, foundID, false);
+    // The whole poll is one change of the source. A host call that is
+    // changing it may be waiting to stop this monitor: never wait for it,
+    // look again shortly instead.
+    const MacCaptureManager::SourceControl control = fManager.tryControl(fSourceID);
+    if (!control) return kHoldIntervalMicros;
+    bool searching = false;
+    int changes = 0, windowID = 0;
+    bool partlyOff = false;
+    {
+        MacCaptureWindowManager::RefreshLock inventory;
+        if (MacCaptureWindow* window = fManager.getCaptureWindow(fSourceID)) {
+            // Lost windows (change bit 8) are left alone: the window is found
+            // again by title and application once the inventory forgets it.
+            changes = window->refresh();
+            windowID = window->windowID;
+            partlyOff = window->partlyOffDisplay;
+        } else {
+            searching = true;
+            MacCaptureWindowManager::refreshLists();
+            if (MacCaptureWindow* found = MacCaptureWindowManager::getWindow(fWindowTitle, fAppName))
+                windowID = found->windowID;
+        }
+    }
+    if (searching) {
+        if (windowID) {
+            fManager.setCaptureWindow(fSourceID, windowID, false);
             fManager.startSource(fSourceID);
         }
         return kSearchIntervalMicros;
     }
-    // Lost windows (change bit 8) are left alone: the window is found again
-    // by title and application once the inventory forgets it.
-    const int changes = window->refresh();
-    const int windowID = window->windowID;
-    const bool partlyOff = window->partlyOffDisplay;
-    MacCaptureWindowManager::unlockRefresh();
     const bool fullscreen = fManager.getWindowCaptureFullscreen(fSourceID);
     if (((changes & (kMoved | kResized)) && !fullscreen) || ((changes & kChangedDisplay) && fullscreen)) {
         fManager.stopSource(fSourceID);

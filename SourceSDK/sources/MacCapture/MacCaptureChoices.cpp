@@ -1,5 +1,7 @@
 // What a screen source captures: its type, display, mode and window, applied
 // to the record and to the capture source in a fixed order.
+#include <optional>
+
 #include "MacCaptureDisplayUtils.h"
 #include "MacCaptureManager.h"
 #include "MacCaptureWindowManager.h"
@@ -28,12 +30,17 @@ void MacCaptureManager::setCaptureType(const std::string& id, int32_t type, cons
         showCloseSelectionDialogAlert();
         return;
     }
-    MacCaptureSourceSDKInfo* info = _GetCaptureSDKInfo(id);
+    const SourceControl info = control(id);
     if (!info) return;
     info->captureType = type;
     if (type == kCaptureWindow) {
-        if (MacCaptureWindow* window = MacCaptureWindowManager::getWindowForID(info->windowID))
-            setCaptureWindow(id, window->windowID, false);
+        int windowID = 0;
+        {
+            MacCaptureWindowManager::RefreshLock inventory;
+            if (MacCaptureWindow* window = MacCaptureWindowManager::getWindowForID(info->windowID))
+                windowID = window->windowID;
+        }
+        if (windowID) setCaptureWindow(id, windowID, false);
         return;
     }
     if (type != kCaptureDisplay && type != kCaptureGame) return;
@@ -46,13 +53,17 @@ void MacCaptureManager::setCaptureType(const std::string& id, int32_t type, cons
 }
 
 void MacCaptureManager::setCaptureDisplayIndex(const std::string& id, int index) {
-    MacCaptureSourceSDKInfo* info = _GetCaptureSDKInfo(id);
-    MacCaptureDisplay* display = MacCaptureWindowManager::getDisplay(unsigned(index));
-    if (!info || !display) return;
-    info->displayID = display->displayID;
+    const SourceControl info = control(id);
+    if (!info) return;
+    {
+        MacCaptureWindowManager::RefreshLock inventory;
+        const MacCaptureDisplay* display = MacCaptureWindowManager::getDisplay(unsigned(index));
+        if (!display) return;
+        info->displayID = display->displayID;
+    }
     if (info->displayIndex != index) {
         if (info->captureMode == kCaptureRegion) {
-            const zRect region = info->region;
+            const zRect region = info->getRegion();
             setCaptureMode(id, kCaptureRegion, &region);
         } else {
             setCaptureMode(id, info->captureMode, nullptr);
@@ -62,7 +73,10 @@ void MacCaptureManager::setCaptureDisplayIndex(const std::string& id, int index)
 }
 
 int32_t MacCaptureManager::getCaptureDisplayIndex(const std::string& id) {
-    MacCaptureSourceSDKInfo* info = _GetCaptureSDKInfo(id);
+    // A read that repairs the record after an unplug: it takes no control
+    // lock, so a host may call it while another thread stops the source;
+    // the values it stores are what any change would store as well.
+    const RecordRef info = findRecord(id);
     if (!info || info->displayID == 0) return -1;
     MacCaptureWindowManager::refreshLists();
     if (const int index = indexFromDisplayID(info->displayID); index >= 0) {
@@ -71,9 +85,10 @@ int32_t MacCaptureManager::getCaptureDisplayIndex(const std::string& id) {
     }
     // The display was unplugged: take whichever display now has its index,
     // else the main display.
-    if (const unsigned displayID = displayIDFromIndex(info->displayIndex)) {
+    const int32_t storedIndex = info->displayIndex;
+    if (const unsigned displayID = displayIDFromIndex(storedIndex)) {
         info->displayID = displayID;
-        return info->displayIndex;
+        return storedIndex;
     }
     if (const unsigned mainID = displayIDFromIndex(0)) {
         info->displayID = mainID;
@@ -85,21 +100,31 @@ int32_t MacCaptureManager::getCaptureDisplayIndex(const std::string& id) {
 }
 
 void MacCaptureManager::setCaptureMode(const std::string& id, int mode, const zRect* region) {
-    MacCaptureSourceSDKInfo* info = _GetCaptureSDKInfo(id);
+    const SourceControl info = control(id);
     if (!info) return;
     MacCaptureSource& source = *info->source;
-    MacCaptureDisplay* display = MacCaptureWindowManager::getDisplay(unsigned(info->displayIndex));
+    struct Screen {
+        uint32_t displayID;
+        float width, height;
+    };
+    std::optional<Screen> display;
+    {
+        MacCaptureWindowManager::RefreshLock inventory;
+        if (const MacCaptureDisplay* found = MacCaptureWindowManager::getDisplay(unsigned(info->displayIndex)))
+            display = Screen{found->displayID, found->width, found->height};
+    }
+    const bool displaySource = info->captureType == kCaptureDisplay && display;
     if (mode == kCaptureRegion && region && region->HasArea()) {
-        if (info->captureType == kCaptureDisplay && display) {
+        if (displaySource) {
             source.setCaptureFrame(float(region->left), float(region->top), float(region->Width()),
                                    float(region->Height()));
             source.setOutputSize(float(region->Width()), float(region->Height()));
         }
         info->enableRegionCapture(region);
-        if (info->captureType == kCaptureDisplay && display) source.setCaptureDisplay(display->displayID);
+        if (displaySource) source.setCaptureDisplay(display->displayID);
         return;
     }
-    if (info->captureType != kCaptureDisplay || !display) return;
+    if (!displaySource) return;
     source.setCaptureFrame(0, 0, display->width, display->height);
     source.setOutputSize(display->width, display->height);
     info->disableRegionCapture();
@@ -107,30 +132,28 @@ void MacCaptureManager::setCaptureMode(const std::string& id, int mode, const zR
 }
 
 void MacCaptureManager::setCaptureWindow(const std::string& id, int windowID, bool retarget) {
-    MacCaptureSourceSDKInfo* info = _GetCaptureSDKInfo(id);
+    const SourceControl info = control(id);
     if (!info) return;
     info->windowID = windowID;
-    MacCaptureWindowManager::lockRefresh();
+    MacCaptureWindowManager::RefreshLock inventory;
     MacCaptureWindow* window = MacCaptureWindowManager::getWindowForID(windowID);
-    if (window && window->display && (info->captureType == kCaptureWindow || info->captureType == kCaptureGame)) {
-        MacCaptureSource& source = *info->source;
-        const MacCaptureDisplay& display = *window->display;
-        if (info->windowCaptureFullscreen)
-            source.setCaptureFrame(0, 0, display.width, display.height);
-        else
-            source.setCaptureFrame(window->bounds.x, window->bounds.y, window->bounds.width, window->bounds.height);
-        const MacCaptureSource::Frame& frame = source.captureFrame();
-        source.setOutputSize(float(frame.width), float(frame.height));
-        source.setCaptureDisplay(display.displayID);
-        if ((retarget || info->captureType == kCaptureWindow) && window->windowID != 0) {
-            source.setCaptureWindow(window->windowID, kWindowPollIntervalMicros);
-        }
-    }
-    MacCaptureWindowManager::unlockRefresh();
+    if (!window || !window->display || (info->captureType != kCaptureWindow && info->captureType != kCaptureGame))
+        return;
+    MacCaptureSource& source = *info->source;
+    const MacCaptureDisplay& display = *window->display;
+    if (info->windowCaptureFullscreen)
+        source.setCaptureFrame(0, 0, display.width, display.height);
+    else
+        source.setCaptureFrame(window->bounds.x, window->bounds.y, window->bounds.width, window->bounds.height);
+    const MacCaptureSource::Frame frame = source.captureFrame();
+    source.setOutputSize(float(frame.width), float(frame.height));
+    source.setCaptureDisplay(display.displayID);
+    if ((retarget || info->captureType == kCaptureWindow) && window->windowID != 0)
+        source.setCaptureWindow(window->windowID, kWindowPollIntervalMicros);
 }
 
 MacCaptureWindow* MacCaptureManager::getCaptureWindow(const std::string& id) const {
-    MacCaptureSourceSDKInfo* info = _GetCaptureSDKInfo(id);
+    const RecordRef info = findRecord(id);
     if (!info || info->windowID < 1) return nullptr;
     return MacCaptureWindowManager::getWindowForID(info->windowID);
 }

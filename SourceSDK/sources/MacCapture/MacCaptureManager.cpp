@@ -1,11 +1,13 @@
 #include "MacCaptureManager.h"
 
 #include <algorithm>
+#include <utility>
 #include <cstdio>
 
 #include "CaptureWindowMonitor.h"
 #include "CommonSDKVariables.h"
 #include "zIDGenerator.h"
+#include "zTraceManager.h"
 
 namespace MC {
 namespace {
@@ -17,56 +19,135 @@ std::string Translated(const char* key) {
 }
 } // namespace
 
+MacCaptureManager::SourceControl::SourceControl(RecordRef record) {
+    // From inside the source's own callback a change would wait for that
+    // callback to return: refused.
+    if (record->isDeliveringOnThisThread()) {
+        zTraceManager::Default().TraceMessage(QCP_FOURCC('n', 'o', 't', 'e'),
+                                              "a source cannot be changed from inside its own callback");
+        return;
+    }
+    fRecord = std::move(record);
+    fLock = std::unique_lock(fRecord->controlLock);
+    if (fRecord->removed) {
+        fLock.unlock();
+        fRecord.reset();
+    }
+}
+
+MacCaptureManager::SourceControl::SourceControl(RecordRef record, std::try_to_lock_t)
+    : fRecord(std::move(record)), fLock(fRecord->controlLock, std::try_to_lock) {
+    if (!fLock.owns_lock() || fRecord->removed) {
+        if (fLock.owns_lock()) fLock.unlock();
+        fRecord.reset();
+    }
+}
+
 MacCaptureManager::MacCaptureManager() = default;
 
 MacCaptureManager::~MacCaptureManager() {
     _CaptureWindowMonitor::StopAll();
     // An open selection dialog is cancelled here once dialogs exist.
-    stopAllSources();
-    fSourcesByID.clear();
-    for (auto& record : fSourcesInOrder) record.reset();
-    fSourcesInOrder.clear();
+    const std::vector<RecordRef> records = takeAllRecords();
+    for (const RecordRef& record : records) {
+        std::lock_guard lock(record->controlLock);
+        record->removed = true;
+        record->source->stop();
+    }
 }
 
-MacCaptureSource* MacCaptureManager::addSource(const std::string& id, const std::string& displayName) {
-    const std::string name = displayName.empty() ? Translated(kDeviceNameKey) : displayName;
-    if (fSourcesByID.count(id)) return nullptr;
-    const std::string sourceID = id.empty() ? zIDGenerator::GenerateUUID() : id;
+std::vector<MacCaptureManager::RecordRef> MacCaptureManager::takeAllRecords() {
+    std::lock_guard lock(fRegistryLock);
+    fSourcesByID.clear();
+    return std::exchange(fSourcesInOrder, {});
+}
 
-    auto record = std::make_unique<MacCaptureSourceSDKInfo>(std::make_unique<MacCaptureSource>(sourceID, name));
+MacCaptureSource* MacCaptureManager::addSource(const std::string& id, const std::string& displayName,
+                                               std::string* createdID) {
+    const std::string name = displayName.empty() ? Translated(kDeviceNameKey) : displayName;
+    const std::string sourceID = id.empty() ? zIDGenerator::GenerateUUID() : id;
+    auto record = std::make_shared<MacCaptureSourceSDKInfo>(std::make_unique<MacCaptureSource>(sourceID, name));
     record->source->setShowCursor(record->showCursor);
-    MacCaptureSourceSDKInfo* info = record.get();
-    fSourcesByID.emplace(sourceID, info);
-    fSourcesInOrder.push_back(std::move(record));
-    info->source->registerObserver(info);
+    {
+        std::lock_guard lock(fRegistryLock);
+        if (!fSourcesByID.emplace(sourceID, record).second) return nullptr;
+        fSourcesInOrder.push_back(record);
+    }
     // Registration with the system audio driver, which feeds ProcessAudioData,
     // joins here with the audio chain.
-    return info->source.get();
+    record->source->registerObserver(record.get());
+    if (createdID) *createdID = sourceID;
+    return record->source.get();
 }
 
 bool MacCaptureManager::removeSource(const std::string& id) {
-    auto found = fSourcesByID.find(id);
-    if (found == fSourcesByID.end()) return false;
-    // The source's window monitor reads the registry: it goes first.
+    RecordRef record;
+    {
+        std::lock_guard lock(fRegistryLock);
+        auto found = fSourcesByID.find(id);
+        if (found == fSourcesByID.end()) return false;
+        // Destroying the source from inside its own callback would wait for
+        // that callback to return.
+        if (found->second->isDeliveringOnThisThread()) return false;
+        record = std::move(found->second);
+        fSourcesByID.erase(found);
+        std::erase(fSourcesInOrder, record);
+    }
+    {
+        // Waits for a change in progress; changes that wait behind it find
+        // the record removed and do nothing.
+        std::lock_guard lock(record->controlLock);
+        record->removed = true;
+    }
+    // The host hears nothing from the source once this returns, even while
+    // another thread still holds the record.
+    record->clearCallbacks();
+    // The monitor reads the registry and takes the control lock: it is
+    // stopped outside both. The record, and with it the source, is destroyed
+    // by whichever thread lets go of it last; never a monitor, whose thread
+    // has ended by now.
     _CaptureWindowMonitor::StopMonitorThreadForSourceID(id);
-    fSourcesByID.erase(found);
-    auto inOrder = std::find_if(fSourcesInOrder.begin(), fSourcesInOrder.end(),
-                                [&](const auto& record) { return record->source->sourceID() == id; });
-    std::unique_ptr<MacCaptureSourceSDKInfo> record = std::move(*inOrder);
-    fSourcesInOrder.erase(inOrder);
-    return true; // the record, and with it the source, is destroyed here
+    return true;
+}
+
+MacCaptureManager::RecordRef MacCaptureManager::findRecord(const std::string& id) const {
+    std::lock_guard lock(fRegistryLock);
+    const auto found = fSourcesByID.find(id);
+    return found == fSourcesByID.end() ? nullptr : found->second;
+}
+
+MacCaptureManager::RecordRef MacCaptureManager::findRecord(unsigned int index) const {
+    std::lock_guard lock(fRegistryLock);
+    return index < fSourcesInOrder.size() ? fSourcesInOrder[index] : nullptr;
+}
+
+MacCaptureManager::SourceControl MacCaptureManager::control(const std::string& id) const {
+    RecordRef record = findRecord(id);
+    return record ? SourceControl(std::move(record)) : SourceControl();
+}
+
+MacCaptureManager::SourceControl MacCaptureManager::tryControl(const std::string& id) const {
+    RecordRef record = findRecord(id);
+    return record ? SourceControl(std::move(record), std::try_to_lock) : SourceControl();
+}
+
+size_t MacCaptureManager::sourceCount() const {
+    std::lock_guard lock(fRegistryLock);
+    return fSourcesByID.size();
 }
 
 MacCaptureSource* MacCaptureManager::getSource(const std::string& id) const {
-    MacCaptureSourceSDKInfo* info = _GetCaptureSDKInfo(id);
-    return info ? info->source.get() : nullptr;
+    const RecordRef record = findRecord(id);
+    return record ? record->source.get() : nullptr;
 }
 
 MacCaptureSource* MacCaptureManager::getSource(unsigned int index) const {
-    return index < fSourcesInOrder.size() ? fSourcesInOrder[index]->source.get() : nullptr;
+    const RecordRef record = findRecord(index);
+    return record ? record->source.get() : nullptr;
 }
 
 bool MacCaptureManager::hasSourceWithName(const std::string& name) const {
+    std::lock_guard lock(fRegistryLock);
     return std::any_of(fSourcesInOrder.begin(), fSourcesInOrder.end(),
                        [&](const auto& record) { return record->source->sourceName() == name; });
 }
@@ -83,88 +164,95 @@ std::string MacCaptureManager::_GenerateUniqueName() const {
 std::string MacCaptureManager::getDeviceName() const { return Translated(kDeviceNameKey); }
 
 MacCaptureSourceSDKInfo* MacCaptureManager::_GetCaptureSDKInfo(const std::string& id) const {
-    auto found = fSourcesByID.find(id);
-    return found == fSourcesByID.end() ? nullptr : found->second;
+    return findRecord(id).get();
 }
 
 int32_t MacCaptureManager::getCaptureType(const std::string& id) const {
-    auto* info = _GetCaptureSDKInfo(id);
-    return info ? info->captureType : kCaptureDisplay;
+    const RecordRef info = findRecord(id);
+    return info ? info->captureType.load() : int32_t(kCaptureDisplay);
 }
 
 uint32_t MacCaptureManager::getCaptureMode(const std::string& id) const {
-    auto* info = _GetCaptureSDKInfo(id);
+    const RecordRef info = findRecord(id);
     return info ? uint32_t(info->getCaptureMode()) : 0xFFFFFFFFu;
 }
 
 void MacCaptureManager::setCaptureRegion(const std::string& id, const zRect& region) {
-    if (auto* info = _GetCaptureSDKInfo(id)) info->region = region;
+    if (const SourceControl info = control(id)) info->setRegion(region);
 }
 
 void MacCaptureManager::getCaptureRegion(const std::string& id, zRect& region) const {
-    if (auto* info = _GetCaptureSDKInfo(id)) region = info->region;
+    if (const RecordRef info = findRecord(id)) region = info->getRegion();
 }
 
 int32_t MacCaptureManager::getCaptureWindowID(const std::string& id) const {
-    auto* info = _GetCaptureSDKInfo(id);
-    return info ? info->windowID : 0;
+    const RecordRef info = findRecord(id);
+    return info ? info->windowID.load() : 0;
 }
 
 void MacCaptureManager::setShowCursor(const std::string& id, bool show) {
-    if (auto* info = _GetCaptureSDKInfo(id)) {
+    if (const SourceControl info = control(id)) {
         info->showCursor = show;
         info->source->setShowCursor(show);
     }
 }
 
 bool MacCaptureManager::showCursor(const std::string& id) const {
-    auto* info = _GetCaptureSDKInfo(id);
+    const RecordRef info = findRecord(id);
     return info && info->showCursor;
 }
 
 void MacCaptureManager::setCaptureAudio(const std::string& id, bool capture) {
     // Turning audio on starts the system audio chain once it exists.
-    if (auto* info = _GetCaptureSDKInfo(id)) info->captureAudio = capture;
+    if (const SourceControl info = control(id)) info->captureAudio = capture;
 }
 
 bool MacCaptureManager::isCapturingAudio(const std::string& id) const {
-    auto* info = _GetCaptureSDKInfo(id);
+    const RecordRef info = findRecord(id);
     return info && info->captureAudio;
 }
 
 void MacCaptureManager::SetCaptureVideo(const std::string& id, bool capture) {
-    if (auto* info = _GetCaptureSDKInfo(id)) info->captureVideo = capture;
+    if (const SourceControl info = control(id)) info->captureVideo = capture;
 }
 
 bool MacCaptureManager::IsCaptureVideo(const std::string& id) const {
-    auto* info = _GetCaptureSDKInfo(id);
+    const RecordRef info = findRecord(id);
     return info && info->captureVideo;
 }
 
 void MacCaptureManager::setWindowCaptureFullscreen(const std::string& id, bool fullscreen) {
-    if (auto* info = _GetCaptureSDKInfo(id)) info->windowCaptureFullscreen = fullscreen;
+    if (const SourceControl info = control(id)) info->windowCaptureFullscreen = fullscreen;
 }
 
 bool MacCaptureManager::getWindowCaptureFullscreen(const std::string& id) const {
-    auto* info = _GetCaptureSDKInfo(id);
+    const RecordRef info = findRecord(id);
     return info && info->windowCaptureFullscreen;
 }
 
 void MacCaptureManager::startSource(const std::string& id) {
-    if (MacCaptureSource* source = getSource(id)) source->start();
+    if (const SourceControl info = control(id)) info->source->start();
 }
 
 void MacCaptureManager::stopSource(const std::string& id) {
-    if (MacCaptureSource* source = getSource(id)) source->stop();
+    if (const SourceControl info = control(id)) info->source->stop();
 }
 
 void MacCaptureManager::stopAllSources() {
-    for (auto& record : fSourcesInOrder) record->source->stop();
+    std::vector<RecordRef> records;
+    {
+        std::lock_guard lock(fRegistryLock);
+        records = fSourcesInOrder;
+    }
+    for (const RecordRef& record : records)
+        if (const SourceControl info{record}) info->source->stop();
 }
 
 void MacCaptureManager::startCaptureMonitorForSourceID(const std::string& id, const std::string& windowTitle,
                                                        const std::string& appName) {
-    _CaptureWindowMonitor::Start(*this, id, windowTitle, appName);
+    // Under the control lock, so that a removal cannot slip in between the
+    // check and the start and leave a monitor behind for a removed source.
+    if (const SourceControl info = control(id)) _CaptureWindowMonitor::Start(*this, id, windowTitle, appName);
 }
 
 void MacCaptureManager::stopCaptureMonitorForSourceID(const std::string& id) {
@@ -178,7 +266,7 @@ bool MacCaptureManager::getCaptureMonitorAppWindowForSourceID(const std::string&
 
 void MacCaptureManager::registerNotifySourceChange(const std::string& id, QCP_SourceChangedCallback callback,
                                                    void* context) {
-    if (auto* info = _GetCaptureSDKInfo(id)) {
+    if (const SourceControl info = control(id)) {
         zLocker lock(info->callbackLock);
         info->sourceChangedCallback = callback;
         info->sourceChangedContext = context;
@@ -186,7 +274,7 @@ void MacCaptureManager::registerNotifySourceChange(const std::string& id, QCP_So
 }
 
 void MacCaptureManager::registerVideoCallback(const std::string& id, QCP_VideoDataCallback callback, void* context) {
-    if (auto* info = _GetCaptureSDKInfo(id)) {
+    if (const SourceControl info = control(id)) {
         zLocker lock(info->callbackLock);
         info->videoCallback = callback;
         info->videoContext = context;
@@ -194,7 +282,7 @@ void MacCaptureManager::registerVideoCallback(const std::string& id, QCP_VideoDa
 }
 
 void MacCaptureManager::registerAudioCallback(const std::string& id, QCP_AudioDataCallback callback, void* context) {
-    if (auto* info = _GetCaptureSDKInfo(id)) {
+    if (const SourceControl info = control(id)) {
         zLocker lock(info->callbackLock);
         info->audioCallback = callback;
         info->audioContext = context;

@@ -1,6 +1,8 @@
 #pragma once
+#include <atomic>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -11,22 +13,60 @@ namespace MC {
 class MacCaptureWindow;
 
 // The registry of the screen device's sources, keyed by source id and kept in
-// creation order. It is changed only from the host's calls, so it takes no
-// lock of its own.
+// creation order.
+//
+// Threads: every operation may be called from any host thread at once, and
+// from the window monitors' threads. The registry lock guards the map and
+// the list only, briefly; records are shared, so a record found by one
+// thread stays alive while another removes it. Changes of one source run
+// under its record's control lock (see SourceControl); reads take no lock
+// beyond the registry's. Lock order: registry, then a record's control lock
+// (never the other way), then the inventory's lock, then a source's observer
+// and callback locks.
 class MacCaptureManager {
 public:
+    using RecordRef = std::shared_ptr<MacCaptureSourceSDKInfo>;
+
+    // Holds one source's control lock for its scope: the changes made while
+    // it lives do not interleave with any other change of that source. Empty
+    // (false) when the source does not exist or has been removed meanwhile.
+    class SourceControl {
+    public:
+        SourceControl() = default;
+        explicit SourceControl(RecordRef record);
+        SourceControl(RecordRef record, std::try_to_lock_t);
+        explicit operator bool() const { return fRecord != nullptr; }
+        MacCaptureSourceSDKInfo* operator->() const { return fRecord.get(); }
+        MacCaptureSourceSDKInfo& operator*() const { return *fRecord; }
+
+    private:
+        RecordRef fRecord;
+        std::unique_lock<std::recursive_mutex> fLock;
+    };
+
     MacCaptureManager();
     ~MacCaptureManager();
     MacCaptureManager(const MacCaptureManager&) = delete;
     MacCaptureManager& operator=(const MacCaptureManager&) = delete;
 
     // An empty id gets a generated UUID, an empty name the localised default
-    // name. Null when the id is taken.
-    MacCaptureSource* addSource(const std::string& id, const std::string& displayName);
+    // name. Null when the id is taken. The source lives until it is removed;
+    // `createdID`, when given, receives its id, for callers that may race a
+    // removal from another thread and so must not read it off the source.
+    MacCaptureSource* addSource(const std::string& id, const std::string& displayName,
+                                std::string* createdID = nullptr);
     bool removeSource(const std::string& id);
+    // Valid while the source is not removed: for callers that know it stays.
     MacCaptureSource* getSource(const std::string& id) const;
     MacCaptureSource* getSource(unsigned int index) const;
-    size_t sourceCount() const { return fSourcesByID.size(); }
+    // The record, kept alive by the caller's reference; null when unknown.
+    RecordRef findRecord(const std::string& id) const;
+    RecordRef findRecord(unsigned int index) const;
+    SourceControl control(const std::string& id) const;
+    // Empty also while another thread is changing the source: for the window
+    // monitor, which must never wait for a host call that may be stopping it.
+    SourceControl tryControl(const std::string& id) const;
+    size_t sourceCount() const;
     bool hasSourceWithName(const std::string& name) const;
     std::string _GenerateUniqueName() const;
     std::string getDeviceName() const;
@@ -43,8 +83,8 @@ public:
     int32_t getCaptureDisplayIndex(const std::string& id);
     void setCaptureMode(const std::string& id, int mode, const zRect* region);
     void setCaptureWindow(const std::string& id, int windowID, bool retarget);
-    // The inventory's record of the source's window; the caller holds the
-    // inventory lock while it uses it.
+    // The inventory's record of the source's window; the caller holds a
+    // RefreshLock while it uses it.
     MacCaptureWindow* getCaptureWindow(const std::string& id) const;
 
     void startSource(const std::string& id);
@@ -84,10 +124,13 @@ public:
 
 private:
     void showCloseSelectionDialogAlert() const;
+    // Takes every record out of the registry, in creation order.
+    std::vector<RecordRef> takeAllRecords();
 
-    std::map<std::string, MacCaptureSourceSDKInfo*> fSourcesByID;
-    std::vector<std::unique_ptr<MacCaptureSourceSDKInfo>> fSourcesInOrder;
-    bool fSelectionPromptShown = false;
+    mutable std::mutex fRegistryLock;
+    std::map<std::string, RecordRef> fSourcesByID;
+    std::vector<RecordRef> fSourcesInOrder;
+    std::atomic<bool> fSelectionPromptShown{false};
 };
 
 } // namespace MC

@@ -33,6 +33,9 @@ MacCaptureSource::~MacCaptureSource() {
     stop();
     fStream.reset();
     fStreamQueue.reset();
+    // A stream that never answered its stop may have left the loop running;
+    // nothing else touches it now.
+    stopRenderLoop();
     {
         std::lock_guard lock(fObserverLock);
         fObservers.clear();
@@ -46,23 +49,35 @@ MacCaptureSource::~MacCaptureSource() {
 }
 
 bool MacCaptureSource::setCaptureDisplay(unsigned int displayID) {
-    if (!fHasSourceRect || fCaptureFrame.width == 0 || fCaptureFrame.height == 0) return false;
+    {
+        std::lock_guard lock(fGeometryLock);
+        if (!fHasSourceRect || fCaptureFrame.width == 0 || fCaptureFrame.height == 0) return false;
+    }
     fDisplayID = displayID;
     fWindowID = 0;
     return true;
 }
 
 bool MacCaptureSource::setCaptureFrame(float x, float y, float width, float height) {
-    fCaptureFrame = {x, y, width, height};
-    fHasSourceRect = true;
+    {
+        std::lock_guard lock(fGeometryLock);
+        fCaptureFrame = {x, y, width, height};
+        fHasSourceRect = true;
+    }
     fWindowID = 0;
     return true;
 }
 
+MacCaptureSource::Frame MacCaptureSource::captureFrame() const {
+    std::lock_guard lock(fGeometryLock);
+    return fCaptureFrame;
+}
+
 zRect MacCaptureSource::getCaptureFrame() const {
-    const int left = int(fCaptureFrame.x);
-    const int top = int(fCaptureFrame.y);
-    return {left, top, left + int(fCaptureFrame.width), top + int(fCaptureFrame.height)};
+    const Frame frame = captureFrame();
+    const int left = int(frame.x);
+    const int top = int(frame.y);
+    return {left, top, left + int(frame.width), top + int(frame.height)};
 }
 
 bool MacCaptureSource::setCaptureWindow(int windowID, long long userData) {
@@ -86,23 +101,25 @@ bool MacCaptureSource::start() {
 
 bool MacCaptureSource::startWindowCapture() {
     // A window source captures through the display link of the display last
-    // set; it follows the window by number on every refresh.
+    // set; it follows the window by number on every refresh. A start while
+    // running re-aims: the old link has stopped before its context changes.
+    fDisplayLink.reset();
     fWindowInfo.windowID = fWindowID;
     fWindowInfo.outputWidth = fOutputWidth;
     fWindowInfo.outputHeight = fOutputHeight;
     fWindowInfo.showCursor = fShowCursor;
     fWindowInfo.userData = fWindowUserData;
-    if (!fDisplayLink)
-        fDisplayLink =
-            Current()->createDisplayLink(fDisplayID, [this](int64_t videoTime) { displayLinkCallback(videoTime); });
+    fDisplayLink =
+        Current()->createDisplayLink(fDisplayID, [this](int64_t videoTime) { displayLinkCallback(videoTime); });
     fRunning = fDisplayLink && fDisplayLink->Start();
     return fRunning;
 }
 
 bool MacCaptureSource::startStream() {
+    const Frame frame = captureFrame();
     if (fOutputWidth == 0 || fOutputHeight == 0) {
-        fOutputWidth = fCaptureFrame.width;
-        fOutputHeight = fCaptureFrame.height;
+        fOutputWidth = frame.width;
+        fOutputHeight = frame.height;
         if (fOutputWidth == 0 || fOutputHeight == 0) return false;
     }
     char label[512];
@@ -113,8 +130,10 @@ bool MacCaptureSource::startStream() {
     config.outputWidth = uint32_t(fOutputWidth);
     config.outputHeight = uint32_t(fOutputHeight);
     config.pixelFormat = kPixelFormatBGRA;
-    if (fHasSourceRect)
-        config.sourceRect = Rect{fCaptureFrame.x, fCaptureFrame.y, fCaptureFrame.width, fCaptureFrame.height};
+    {
+        std::lock_guard lock(fGeometryLock);
+        if (fHasSourceRect) config.sourceRect = Rect{frame.x, frame.y, frame.width, frame.height};
+    }
     config.queue = fStreamQueue.get();
     config.handler = [this](FrameStatus status, uint64_t time, Surface* surface) {
         onStreamFrame(status, time, surface);
@@ -134,6 +153,13 @@ bool MacCaptureSource::stop() {
             fStopped.wait_for(lock, std::chrono::seconds(5), [this] { return !fRunning; });
         }
         fStream.reset();
+        // Handler calls already queued finish before the queue goes; the
+        // next start makes a new stream on a new queue. Only then is the
+        // render loop, which a stream that never answered left running,
+        // nobody else's.
+        fStreamQueue.reset();
+        stopRenderLoop();
+        fRunning = false;
         stopped = true;
     }
     if (fDisplayLink) {

@@ -34,9 +34,13 @@ struct MacCaptureWindowUserInfoStruct {
 // one window. Frames go to its observers as surfaces; while it is observed
 // but not running it sends a 1280 x 720 no-feed frame once a second.
 //
-// Threads: the host's (configuration, start, stop, observers), the stream's
-// queue (frames), the render queue (cursor compositing), the feed-detection
-// queue and, for window capture, the display link's thread.
+// Threads: configuration, start, stop and destruction come from one thread
+// at a time (the registry serialises them per source under the record's
+// control lock); observers may register from any thread. Frames arrive on the
+// stream's queue, the render queue (cursor compositing) and, for window
+// capture, the display link's thread; the feed-detection queue sends the
+// no-feed frame. What those threads read of the configuration is atomic or
+// under the geometry lock.
 class MacCaptureSource {
 public:
     struct Frame {
@@ -60,7 +64,7 @@ public:
     unsigned int getCaptureDisplay() const { return fDisplayID; }
     bool setCaptureFrame(float x, float y, float width, float height);
     zRect getCaptureFrame() const;
-    const Frame& captureFrame() const { return fCaptureFrame; }
+    Frame captureFrame() const;
     // Window 0 is refused.
     bool setCaptureWindow(int windowID, long long userData);
     unsigned int captureWindow() const { return fWindowID; }
@@ -90,7 +94,10 @@ public:
 
 private:
     void onStreamFrame(qcp::platform::FrameStatus status, uint64_t displayTime, qcp::platform::Surface* surface);
+    void startRenderLoop(qcp::platform::Surface* first);
     void renderLoop();
+    // Ends the render loop and waits for it. Called by the thread that
+    // delivers the stream's frames, or once that has ended.
     void stopRenderLoop();
     void render_cursor_to_current_surface(qcp::platform::Surface& target);
     void send_surface_to_observers(qcp::platform::Surface* surface, uint64_t time);
@@ -108,8 +115,9 @@ private:
     std::atomic<bool> fRunning{false};
     mutable std::mutex fObserverLock;
     std::vector<MacCaptureObserver*> fObservers;
-    double fOutputWidth = 0;
-    double fOutputHeight = 0;
+    std::atomic<double> fOutputWidth{0};
+    std::atomic<double> fOutputHeight{0};
+    mutable std::mutex fGeometryLock; // the frame, read by the render loop
     Frame fCaptureFrame;
     bool fHasSourceRect = false;
     std::unique_ptr<zQueue> fStreamQueue;
@@ -125,8 +133,9 @@ private:
     std::atomic<bool> fShowCursor{false};
     qcp::platform::SurfaceRef fLatestSurface;
     std::unique_ptr<zCritical> fRenderLock;
-    std::unique_ptr<zSignal> fRenderDone;
     std::unique_ptr<zQueue> fRenderQueue;
+    std::atomic<bool> fRenderStopping{false};
+    zSignal fRenderWake; // cuts the loop's wait short when it is stopped
     qcp::platform::SurfaceRef fComposedSurface;
 };
 

@@ -1,11 +1,10 @@
 // Display and region capture: the stream's frames, and the render loop that
-// draws the cursor into them about sixty times a second.
-#include <thread>
-
+// draws the cursor into them sixty times a second.
 #include "CursorGeometry.h"
 #include "MacCaptureDisplayUtils.h"
 #include "MacCaptureSource.h"
 #include "Platform.h"
+#include "zTime.h"
 
 namespace MC {
 
@@ -17,11 +16,7 @@ void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, S
         if (!fShowCursor) {
             send_surface_to_observers(surface, displayTime);
         } else if (!fRenderQueue) {
-            fLatestSurface = SurfaceRef::Retain(surface);
-            fRenderQueue = std::make_unique<zQueue>(fSourceID);
-            fRenderLock = zCritical::Factory();
-            fRenderDone = zSignal::Factory();
-            fRenderQueue->Async([this] { renderLoop(); });
+            startRenderLoop(surface);
         } else {
             zLocker lock(*fRenderLock);
             fLatestSurface = SurfaceRef::Retain(surface);
@@ -40,33 +35,41 @@ void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, S
     }
 }
 
+void MacCaptureSource::startRenderLoop(Surface* first) {
+    fLatestSurface = SurfaceRef::Retain(first);
+    fRenderLock = zCritical::Factory();
+    fRenderStopping = false;
+    fRenderWake.Reset();
+    fRenderQueue = std::make_unique<zQueue>(fSourceID);
+    fRenderQueue->Async([this] { renderLoop(); });
+}
+
 void MacCaptureSource::stopRenderLoop() {
     if (!fRenderQueue) return;
-    {
-        zLocker lock(*fRenderLock);
-        fComposedSurface.reset();
-    }
-    fRenderDone->Wait(-1);
-    fRenderQueue->Sync([] {});
-    fRenderQueue.reset();
-    fRenderDone.reset();
+    fRenderStopping = true;
+    fRenderWake.Raise();
+    fRenderQueue.reset(); // runs the loop to its end and joins
     fRenderLock.reset();
     fLatestSurface.reset();
+    fComposedSurface.reset();
 }
 
 void MacCaptureSource::renderLoop() {
-    for (bool first = true;; first = false) {
+    // Paced to deadlines, so the pass's own work comes out of the wait; a
+    // late pass is followed at once by the next, without a burst to catch up.
+    int64_t deadline = zTime::MicroNow();
+    while (!fRenderStopping) {
         {
             zLocker lock(*fRenderLock);
-            if (!first && !fComposedSurface) break;
+            // A pass that cannot make a surface sends nothing; the next tries again.
             fComposedSurface = copy_iosurface_and_render_mouse(fLatestSurface.get(), std::move(fComposedSurface));
-            send_surface_to_observers(fComposedSurface.get(), 0);
+            if (fComposedSurface) send_surface_to_observers(fComposedSurface.get(), 0);
         }
-        std::this_thread::sleep_for(std::chrono::microseconds(kRenderIntervalMicros));
-        zLocker lock(*fRenderLock);
-        if (!fComposedSurface) break;
+        deadline += kRenderIntervalMicros;
+        const int64_t now = zTime::MicroNow();
+        if (deadline < now) deadline = now;
+        fRenderWake.Wait(deadline - now);
     }
-    fRenderDone->Raise();
 }
 
 SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, SurfaceRef output) {

@@ -13,23 +13,24 @@ namespace MC {
 using namespace qcp::platform;
 
 void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
-    MacCaptureWindowManager::lockRefresh();
-    // A window closed or dropped by the last refresh sends nothing.
-    const ImageRef image = MacCaptureWindowManager::getWindowForID(int(fWindowInfo.windowID))
-                               ? Current()->windowServer().windowImage(fWindowInfo.windowID)
-                               : nullptr;
-    if (image) {
+    {
+        // Under the inventory lock so that a refresh cannot free the
+        // window's record while its picture is taken; the host is called
+        // after it, so that its callback may ask the inventory anything.
+        MacCaptureWindowManager::RefreshLock inventory;
+        // A window closed or dropped by the last refresh sends nothing.
+        if (!MacCaptureWindowManager::getWindowForID(int(fWindowInfo.windowID))) return;
+        const ImageRef image = Current()->windowServer().windowImage(fWindowInfo.windowID);
+        if (!image) return;
         fWindowInfo.surface = copyCGImageRefToIOSurface(*image, fWindowInfo.surface);
-        if (fWindowInfo.surface) {
-            if (fWindowInfo.showCursor) drawWindowCursor(*fWindowInfo.surface, fWindowInfo.windowID);
-            std::lock_guard lock(fObserverLock);
-            for (MacCaptureObserver* observer : fObservers)
-                if (observer)
-                    observer->receivedScreenFrame(int(fWindowInfo.outputWidth), int(fWindowInfo.outputHeight),
-                                                  uint64_t(videoTime), fWindowInfo.surface.get());
-        }
+        if (!fWindowInfo.surface) return;
+        if (fWindowInfo.showCursor) drawWindowCursor(*fWindowInfo.surface, fWindowInfo.windowID);
     }
-    MacCaptureWindowManager::unlockRefresh();
+    std::lock_guard lock(fObserverLock);
+    for (MacCaptureObserver* observer : fObservers)
+        if (observer)
+            observer->receivedScreenFrame(int(fWindowInfo.outputWidth), int(fWindowInfo.outputHeight),
+                                          uint64_t(videoTime), fWindowInfo.surface.get());
 }
 
 void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {

@@ -117,6 +117,14 @@ void MacCaptureWindowManager::unlockRefresh() {
     if (MacCaptureWindowManager* manager = getInstance()) manager->_unlockRefresh();
 }
 
+MacCaptureWindowManager::RefreshLock::RefreshLock() : fManager(getInstance()) {
+    if (fManager) fManager->_lockRefresh();
+}
+
+MacCaptureWindowManager::RefreshLock::~RefreshLock() {
+    if (fManager) fManager->_unlockRefresh();
+}
+
 MacCaptureDisplay* MacCaptureWindowManager::displayForRect(const Rect& rect, bool* partlyOff) {
     return displayForRect(rect, partlyOff, currentScreens());
 }

@@ -22,9 +22,13 @@ bool case_insensitive_compare(const std::string& a, const std::string& b);
 // their index in the screen list), the applications owning capturable
 // windows (by process id) and those windows (by window number). Rebuilt from
 // scratch by refreshLists(); every refresh frees all records handed out
-// before it, so a caller that keeps a record pointer beyond one call holds
-// lockRefresh() (re-entrant; refreshLists() may be called while holding it)
+// before it, so a caller that keeps a record pointer beyond one call holds a
+// RefreshLock (re-entrant; refreshLists() may be called while holding it)
 // until done with it.
+//
+// Lock order: a source's control lock, then this lock, then a source's
+// observer and callback locks. Nobody stops a source or a display link while
+// holding this lock: the window path's display-link callback takes it.
 //
 // The static operations work on the global instance and do nothing (or
 // return null) while there is none. Initialisation and shut-down run while no
@@ -52,6 +56,19 @@ public:
     static void getWindowList(std::vector<MacCaptureWindow*>& list);
     static void lockRefresh();
     static void unlockRefresh();
+
+    // Holds the inventory lock for its scope; does nothing while there is no
+    // inventory.
+    class RefreshLock {
+    public:
+        RefreshLock();
+        ~RefreshLock();
+        RefreshLock(const RefreshLock&) = delete;
+        RefreshLock& operator=(const RefreshLock&) = delete;
+
+    private:
+        MacCaptureWindowManager* const fManager;
+    };
 
     // The display showing the largest part of `rect` (global, top-left
     // origin); of equal parts, the lower index. `partlyOff`, when given, is

@@ -24,7 +24,7 @@ void AnswerText(void* context, QCP_PropertyCallback callback, const std::string&
 // The applications and their windows, as the "apps" record.
 bool AppsAndWindowsXml(std::string& xml) {
     zRecord apps("apps");
-    MC::MacCaptureWindowManager::lockRefresh();
+    MC::MacCaptureWindowManager::RefreshLock inventory;
     MC::MacCaptureWindowManager::refreshLists();
     std::vector<MC::MacCaptureApplication*> applications;
     MC::MacCaptureWindowManager::getApplicationList(applications);
@@ -42,7 +42,6 @@ bool AppsAndWindowsXml(std::string& xml) {
             entry.SetText("id", std::string(appID) + ", window " + std::to_string(window->windowID));
         }
     }
-    MC::MacCaptureWindowManager::unlockRefresh();
     zBuffer buffer;
     if (!zXML::RecordToBuffer(apps, buffer)) return false;
     xml.assign(buffer.View());
@@ -74,12 +73,11 @@ bool TertiaryType(const std::string& id, std::string& text) {
         text = audio ? kAudio : "";
         return true;
     }
-    MC::MacCaptureWindowManager::lockRefresh();
-    MC::MacCaptureWindow* window = manager.getCaptureWindow(id);
-    const bool answered = window && window->application;
-    if (answered) text = window->application->name + (audio ? std::string(", ") + kAudio : std::string());
-    MC::MacCaptureWindowManager::unlockRefresh();
-    return answered;
+    MC::MacCaptureWindowManager::RefreshLock inventory;
+    const MC::MacCaptureWindow* window = manager.getCaptureWindow(id);
+    if (!window || !window->application) return false;
+    text = window->application->name + (audio ? std::string(", ") + kAudio : std::string());
+    return true;
 }
 
 } // namespace
@@ -105,7 +103,7 @@ int QCP_GetProperty(void* context, QCP_PropertyCallback callback, const char* pr
             AnswerText(context, callback, text);
             return 1;
         }
-        if (qcp::IsAudioDevice(deviceId) || !sourceId || !qcp::Manager()._GetCaptureSDKInfo(sourceId))
+        if (qcp::IsAudioDevice(deviceId) || !sourceId || !qcp::Manager().findRecord(sourceId))
             return 0;
         const bool answered = (name == "analytics_subtype" && Subtype(sourceId, text)) ||
                               (name == "analytics_tertiary_type" && TertiaryType(sourceId, text));

@@ -32,7 +32,9 @@ bool Serialise(const zRecord& record, zBuffer& serialised) {
 extern "C" {
 
 void QCP_GetSourceSettings(const char* deviceId, const char* sourceId, char* buffer, uint32_t* length) {
-    static zBuffer serialised;
+    // Between a host thread's size query and its fill; each thread has its
+    // own, so hosts may ask from several threads at once.
+    thread_local zBuffer serialised;
     qcp::Guarded(__func__, [&] {
         if (IsAudioDevice(deviceId)) {
             if (length) *length = 0;
@@ -42,7 +44,7 @@ void QCP_GetSourceSettings(const char* deviceId, const char* sourceId, char* buf
         MC::MacCaptureManager& manager = qcp::Manager();
         const std::string id = Key(sourceId);
         if (!buffer) {
-            if (!manager._GetCaptureSDKInfo(id)) return;
+            if (!manager.findRecord(id)) return;
             zRecord settings("settings");
             MC::SourceSettings::Write(manager, id, settings);
             if (Serialise(settings, serialised))
@@ -54,8 +56,8 @@ void QCP_GetSourceSettings(const char* deviceId, const char* sourceId, char* buf
         FillFrom(serialised, buffer, *length);
         // Fetching the settings of an idle video source starts it, on the
         // whole main display.
-        MC::MacCaptureSource* source = manager.getSource(id);
-        if (source && manager.IsCaptureVideo(id) && !source->isRunng()) {
+        const MC::MacCaptureManager::SourceControl control = manager.control(id);
+        if (control && control->captureVideo && !control->source->isRunng()) {
             manager.setCaptureDisplayIndex(id, 0);
             manager.setCaptureMode(id, MC::kCaptureWholeDisplay, nullptr);
             manager.startSource(id);
@@ -66,7 +68,7 @@ void QCP_GetSourceSettings(const char* deviceId, const char* sourceId, char* buf
 int QCP_SetSourceSettings(const char* deviceId, const char* sourceId, const char* xml) {
     return qcp::Guarded(__func__, 1, [&] {
         const std::string id = Key(sourceId);
-        if (IsAudioDevice(deviceId) || !xml || !qcp::Manager()._GetCaptureSDKInfo(id)) return 1;
+        if (IsAudioDevice(deviceId) || !xml || !qcp::Manager().findRecord(id)) return 1;
         zRecord settings;
         if (!zXML::ParseBuffer(xml, settings)) return 1;
         MC::SourceSettings::Apply(qcp::Manager(), id, settings);
@@ -75,7 +77,7 @@ int QCP_SetSourceSettings(const char* deviceId, const char* sourceId, const char
 }
 
 int QCP_GetValidParameterValues(const char* deviceId, const char* sourceId, char* buffer, uint32_t* length) {
-    static zBuffer serialised;
+    thread_local zBuffer serialised;
     return qcp::Guarded(__func__, 0, [&] {
         if (!length) return 0;
         if (IsAudioDevice(deviceId)) {

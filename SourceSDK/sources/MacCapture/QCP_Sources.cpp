@@ -26,8 +26,7 @@ void QCP_GetSourceId(const char* deviceId, uint32_t index, char* buffer, uint32_
     qcp::Guarded(__func__, [&] {
         if (IsAudioDevice(deviceId)) return qcp::CopyOut(QCP_AUDIO_SOURCE_ID, buffer, length);
         // An index out of range is a caller error; it writes nothing.
-        if (MC::MacCaptureSource* source = qcp::Manager().getSource(index))
-            qcp::CopyOut(source->sourceID(), buffer, length);
+        if (const auto record = qcp::Manager().findRecord(index)) qcp::CopyOut(record->source->sourceID(), buffer, length);
     });
 }
 
@@ -38,14 +37,14 @@ void QCP_GetSourceDisplayName(const char* deviceId, const char* sourceId, const 
             const char* name = CSDK::TranslateString(kAudioDeviceNameKey);
             return qcp::CopyOut(name ? name : "", buffer, length);
         }
-        if (MC::MacCaptureSource* source = qcp::Manager().getSource(Key(sourceId)))
-            qcp::CopyOut(source->sourceName(), buffer, length);
+        if (const auto record = qcp::Manager().findRecord(Key(sourceId)))
+            qcp::CopyOut(record->source->sourceName(), buffer, length);
     });
 }
 
 uint32_t QCP_GetSourceState(const char* deviceId, const char* sourceId) {
     return qcp::Guarded(__func__, uint32_t(QCP_SOURCE_STATE_UNKNOWN), [&]() -> uint32_t {
-        if (IsAudioDevice(deviceId) || qcp::Manager().getSource(Key(sourceId)))
+        if (IsAudioDevice(deviceId) || qcp::Manager().findRecord(Key(sourceId)))
             return QCP_SOURCE_STATE_EXISTS;
         return QCP_SOURCE_STATE_UNKNOWN;
     });
@@ -53,9 +52,8 @@ uint32_t QCP_GetSourceState(const char* deviceId, const char* sourceId) {
 
 int QCP_CreateSource(const char*, char** outSourceId) {
     return qcp::Guarded(__func__, 0, [&] {
-        MC::MacCaptureSource* source = qcp::Manager().addSource({}, {});
-        if (!source) return 0;
-        const std::string& id = source->sourceID();
+        std::string id;
+        if (!qcp::Manager().addSource({}, {}, &id)) return 0;
         char* copy = new char[id.size() + 1];
         std::memcpy(copy, id.data(), id.size());
         copy[id.size()] = '\0';

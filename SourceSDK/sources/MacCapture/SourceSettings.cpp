@@ -27,14 +27,12 @@ struct WindowChoice {
 // The title and application of the source's window (or of the window its
 // monitor follows), if it has one.
 bool CurrentWindowChoice(MacCaptureManager& manager, const std::string& id, WindowChoice& choice) {
-    MacCaptureWindowManager::lockRefresh();
-    MacCaptureWindow* window = manager.getCaptureWindow(id);
-    if (window) {
-        choice.title = window->name;
-        choice.application = window->application ? window->application->name : std::string();
-    }
-    MacCaptureWindowManager::unlockRefresh();
-    return window != nullptr;
+    MacCaptureWindowManager::RefreshLock inventory;
+    const MacCaptureWindow* window = manager.getCaptureWindow(id);
+    if (!window) return false;
+    choice.title = window->name;
+    choice.application = window->application ? window->application->name : std::string();
+    return true;
 }
 
 // What the record remembers for after the loop.
@@ -97,12 +95,15 @@ bool ChooseWindow(const Remembered& remembered, bool hasCurrent, const WindowCho
 
 void AimAtWindow(MacCaptureManager& manager, const std::string& id, const WindowChoice& choice) {
     MacCaptureWindowManager::refreshLists();
-    MacCaptureWindowManager::lockRefresh();
-    if (MacCaptureWindow* window = MacCaptureWindowManager::getWindow(choice.title, choice.application))
-        manager.setCaptureWindow(id, window->windowID, false);
+    int windowID = 0;
+    {
+        MacCaptureWindowManager::RefreshLock inventory;
+        if (const MacCaptureWindow* window = MacCaptureWindowManager::getWindow(choice.title, choice.application))
+            windowID = window->windowID;
+    }
+    if (windowID) manager.setCaptureWindow(id, windowID, false);
     if (manager.getCaptureType(id) == kCaptureGame)
         manager.startCaptureMonitorForSourceID(id, choice.title, choice.application);
-    MacCaptureWindowManager::unlockRefresh();
 }
 
 } // namespace
@@ -132,6 +133,10 @@ void Write(MacCaptureManager& manager, const std::string& id, zRecord& settings)
 }
 
 void Apply(MacCaptureManager& manager, const std::string& id, const zRecord& settings) {
+    // One change of the source from the first setting to the restart: a
+    // window monitor's re-aim cannot interleave with it.
+    const MacCaptureManager::SourceControl control = manager.control(id);
+    if (!control) return;
     // Whether to capture video decides what the rest means, so it goes first.
     for (const zRecord& parameter : settings.Children()) {
         if (parameter.AsText(kName, {}) == "capture_video") {
@@ -156,8 +161,7 @@ void Apply(MacCaptureManager& manager, const std::string& id, const zRecord& set
     }
 
     if (manager.IsCaptureVideo(id)) {
-        MacCaptureSource* source = manager.getSource(id);
-        if (source && source->isRunng()) manager.stopSource(id);
+        if (control->source->isRunng()) manager.stopSource(id);
         manager.startSource(id);
     } else {
         manager.stopSource(id);
