@@ -177,12 +177,12 @@ void CARingBuffer::SetTimeBounds(SInt64 startTime, SInt64 endTime) {
     const UInt32 current = fTimeBoundsQueuePtr.load(std::memory_order_relaxed);
     const UInt32 next = current + 1;
     TimeBounds& bounds = fTimeBoundsQueue[next & kTimeBoundsQueueMask];
-    // The counter changes before the times do: a reader that sees either new
-    // time also sees the new counter and discards its copy.
+    // The counter changes before the times do (the release stores keep it
+    // first): a reader that sees either new time also sees the new counter
+    // and discards its copy.
     bounds.updateCounter.store(next, std::memory_order_relaxed);
-    std::atomic_thread_fence(std::memory_order_release);
-    bounds.startTime.store(startTime, std::memory_order_relaxed);
-    bounds.endTime.store(endTime, std::memory_order_relaxed);
+    bounds.startTime.store(startTime, std::memory_order_release);
+    bounds.endTime.store(endTime, std::memory_order_release);
     UInt32 expected = current;
     fTimeBoundsQueuePtr.compare_exchange_strong(expected, next); // one writer: never fails
 }
@@ -191,9 +191,8 @@ CARingBufferError CARingBuffer::GetTimeBounds(SInt64& startTime, SInt64& endTime
     for (int attempt = 0; attempt < kGetTimeBoundsAttempts; ++attempt) {
         const UInt32 current = fTimeBoundsQueuePtr.load(std::memory_order_acquire);
         const TimeBounds& bounds = fTimeBoundsQueue[current & kTimeBoundsQueueMask];
-        startTime = bounds.startTime.load(std::memory_order_relaxed);
-        endTime = bounds.endTime.load(std::memory_order_relaxed);
-        std::atomic_thread_fence(std::memory_order_acquire);
+        startTime = bounds.startTime.load(std::memory_order_acquire);
+        endTime = bounds.endTime.load(std::memory_order_acquire);
         if (bounds.updateCounter.load(std::memory_order_relaxed) == current) return kCARingBufferError_OK;
     }
     return kCARingBufferError_CPUOverload;
