@@ -16,7 +16,7 @@ TEST_F(InventoryTest, RefreshReportsMovesResizesAndDisplayChanges) {
     AddSideBySideDisplays();
     const uint32_t number = Open(kEditorPID, "Editor", "Draft", {100, 100, 600, 400});
     Start();
-    MacCaptureWindowManager::lockRefresh();
+    const MacCaptureWindowManager::RefreshLock inventory;
     MacCaptureWindow* window = Record(number);
     ASSERT_NE(window, nullptr);
     EXPECT_EQ(window->refresh(), 0);
@@ -47,14 +47,13 @@ TEST_F(InventoryTest, RefreshReportsMovesResizesAndDisplayChanges) {
     EXPECT_EQ(window->refresh(), 0);
     EXPECT_EQ(window->display, MacCaptureWindowManager::getDisplay(1));
     EXPECT_EQ(window->bounds.x, -200);
-    MacCaptureWindowManager::unlockRefresh();
 }
 
 TEST_F(InventoryTest, RefreshLosesRetitledAndMinimisedWindows) {
     AddSideBySideDisplays();
     const uint32_t number = Open(kEditorPID, "Editor", "Draft", {100, 100, 600, 400});
     Start();
-    MacCaptureWindowManager::lockRefresh();
+    const MacCaptureWindowManager::RefreshLock inventory;
     MacCaptureWindow* window = Record(number);
     ASSERT_NE(window, nullptr);
 
@@ -67,7 +66,6 @@ TEST_F(InventoryTest, RefreshLosesRetitledAndMinimisedWindows) {
     world().RetitleWindow(number, "Draft");
     world().AddProcess(kEditorPID, "editor"); // so must the owner's name
     EXPECT_EQ(window->refresh(), 8);
-    MacCaptureWindowManager::unlockRefresh();
 }
 
 TEST_F(InventoryTest, RefreshFollowsTheLastOfTwoWindowsWithTheSameNames) {
@@ -75,7 +73,7 @@ TEST_F(InventoryTest, RefreshFollowsTheLastOfTwoWindowsWithTheSameNames) {
     const uint32_t back = Open(kEditorPID, "Editor", "Draft", {100, 100, 600, 400});
     const uint32_t front = world().OpenWindow(kEditorPID, "Draft", {300, 300, 600, 400});
     Start();
-    MacCaptureWindowManager::lockRefresh();
+    const MacCaptureWindowManager::RefreshLock inventory;
     MacCaptureWindow* window = Record(front);
     ASSERT_NE(window, nullptr);
     EXPECT_EQ(window->refresh(), 1);
@@ -86,7 +84,6 @@ TEST_F(InventoryTest, RefreshFollowsTheLastOfTwoWindowsWithTheSameNames) {
     world().ReopenWindow(back, Rect{50, 60, 600, 400});
     EXPECT_EQ(window->refresh(), 1);
     EXPECT_EQ(window->bounds.y, 60);
-    MacCaptureWindowManager::unlockRefresh();
 }
 
 TEST_F(InventoryTest, ConvertsToTheDisplaysOwnCoordinatesWhenTheSecondIsLeftAndAbove) {

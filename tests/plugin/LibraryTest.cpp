@@ -51,6 +51,13 @@ TEST_F(PluginTest, DeviceIdsFollowSizeQueryThenFill) {
     EXPECT_EQ(length, 10u);
     QCP_GetDeviceId(0, buffer, &length);
     EXPECT_STREQ(buffer, "pc-capture");
+
+    // A length from an earlier query bounds the fill, so a text that grew on
+    // another thread in between cannot overrun the host's buffer.
+    std::memset(buffer, 'x', sizeof buffer);
+    length = 4;
+    QCP_GetDeviceId(1, buffer, &length);
+    EXPECT_STREQ(buffer, "pc-a");
 }
 
 TEST_F(PluginTest, DeviceIdOutOfRangeWritesNothing) {

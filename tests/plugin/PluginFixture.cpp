@@ -1,5 +1,7 @@
 #include "PluginFixture.h"
 
+#include <thread>
+
 #include "Platform.h"
 #include "SimPlatform.h"
 
@@ -48,7 +50,9 @@ void PluginTest::InstallLog() { QCP_RegisterLogCallback(nullptr, &LogSink, this)
 std::string PluginTest::SourceId(const char* device, uint32_t index) {
     uint32_t length = 0;
     QCP_GetSourceId(device, index, nullptr, &length);
-    std::vector<char> buffer(length + 1, 'x');
+    // Zeroed: another thread may remove the source between the two calls,
+    // and then the fill writes nothing.
+    std::vector<char> buffer(length + 1, '\0');
     QCP_GetSourceId(device, index, buffer.data(), &length);
     return buffer.data();
 }
@@ -67,4 +71,13 @@ std::string PluginTest::CreateSource() {
     std::string copy = id ? id : "";
     QCP_DeleteString(id);
     return copy;
+}
+
+bool PluginTest::WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
 }

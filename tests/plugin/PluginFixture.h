@@ -1,8 +1,10 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,10 @@ protected:
     };
     std::vector<LogLine> log;
     void InstallLog();
+
+    // Polls `done` until it holds or `limit` of real time has passed; the
+    // limit is generous, only a hang reaches it.
+    static bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
     static std::string SourceId(const char* device, uint32_t index);
     static std::string SourceDisplayName(const char* device, const char* source);

@@ -32,18 +32,27 @@ void _CaptureWindowMonitor::Start(MacCaptureManager& manager, const std::string&
 }
 
 void _CaptureWindowMonitor::StopMonitorThreadForSourceID(const std::string& sourceID) {
-    zLocker lock(fCapMonListLock);
-    auto found = std::find_if(fCaptureMonitorList.begin(), fCaptureMonitorList.end(),
-                              [&](const auto& monitor) { return monitor->fSourceID == sourceID; });
-    if (found == fCaptureMonitorList.end()) return;
-    (*found)->StopMonitorThread();
-    fCaptureMonitorList.erase(found);
+    std::unique_ptr<_CaptureWindowMonitor> stopping;
+    {
+        zLocker lock(fCapMonListLock);
+        auto found = std::find_if(fCaptureMonitorList.begin(), fCaptureMonitorList.end(),
+                                  [&](const auto& monitor) { return monitor->fSourceID == sourceID; });
+        if (found == fCaptureMonitorList.end()) return;
+        stopping = std::move(*found);
+        fCaptureMonitorList.erase(found);
+    }
+    // Joined outside the list lock: the thread may be waiting for a frame
+    // delivery whose host callback reads the list.
+    stopping->StopMonitorThread();
 }
 
 void _CaptureWindowMonitor::StopAll() {
-    zLocker lock(fCapMonListLock);
-    for (auto& monitor : fCaptureMonitorList) monitor->StopMonitorThread();
-    fCaptureMonitorList.clear();
+    std::list<std::unique_ptr<_CaptureWindowMonitor>> stopping;
+    {
+        zLocker lock(fCapMonListLock);
+        stopping.swap(fCaptureMonitorList);
+    }
+    for (auto& monitor : stopping) monitor->StopMonitorThread();
 }
 
 bool _CaptureWindowMonitor::FindAppWindow(const std::string& sourceID, std::string* appName,

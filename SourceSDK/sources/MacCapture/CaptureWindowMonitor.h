@@ -27,8 +27,9 @@ public:
     // Creates the monitor, lists it and starts its thread.
     static void Start(MacCaptureManager& manager, const std::string& sourceID, const std::string& windowTitle,
                       const std::string& appName);
-    // Stops, unlists and destroys the first monitor of the source, if any.
-    // Never called from a monitor's own thread.
+    // Unlists, stops and destroys the first monitor of the source, if any;
+    // the thread is joined outside the list lock. Never called from a
+    // monitor's own thread.
     static void StopMonitorThreadForSourceID(const std::string& sourceID);
     // Stops and destroys every monitor.
     static void StopAll();

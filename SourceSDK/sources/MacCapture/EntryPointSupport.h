@@ -1,4 +1,5 @@
 #pragma once
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -19,11 +20,14 @@ inline bool IsAudioDevice(const char* deviceId) {
 inline std::string Key(const char* text) { return text ? std::string(text) : std::string(); }
 
 // A null buffer with a length pointer reports the length without the NUL; a
-// buffer receives the text and its NUL and the length is left alone.
+// buffer receives the text and its NUL and the length is left alone. On the
+// fill a length, when given, is the host's earlier answer: another thread may
+// have changed the text since, so no more than that is written (plus the NUL).
 inline void CopyOut(std::string_view text, char* buffer, uint32_t* length) {
     if (buffer) {
-        std::memcpy(buffer, text.data(), text.size());
-        buffer[text.size()] = '\0';
+        const size_t size = length ? std::min<size_t>(text.size(), *length) : text.size();
+        std::memcpy(buffer, text.data(), size);
+        buffer[size] = '\0';
     } else if (length) {
         *length = uint32_t(text.size());
     }

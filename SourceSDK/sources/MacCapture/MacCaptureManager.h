@@ -20,9 +20,12 @@ class MacCaptureWindow;
 // the list only, briefly; records are shared, so a record found by one
 // thread stays alive while another removes it. Changes of one source run
 // under its record's control lock (see SourceControl); reads take no lock
-// beyond the registry's. Lock order: registry, then a record's control lock
-// (never the other way), then the inventory's lock, then a source's observer
-// and callback locks.
+// beyond the registry's. Lock order: a record's control lock, then the
+// registry's or the inventory's. The host's callbacks run under a source's
+// observer and callback locks and may read anything, taking the registry,
+// inventory and monitor-list locks; so those three are never held while
+// waiting for a capture thread (stopping a stream or a display link, joining
+// a monitor).
 class MacCaptureManager {
 public:
     using RecordRef = std::shared_ptr<MacCaptureSourceSDKInfo>;

@@ -109,14 +109,6 @@ void MacCaptureWindowManager::getWindowList(std::vector<MacCaptureWindow*>& list
     if (MacCaptureWindowManager* manager = getInstance()) manager->_getWindowList(list);
 }
 
-void MacCaptureWindowManager::lockRefresh() {
-    if (MacCaptureWindowManager* manager = getInstance()) manager->_lockRefresh();
-}
-
-void MacCaptureWindowManager::unlockRefresh() {
-    if (MacCaptureWindowManager* manager = getInstance()) manager->_unlockRefresh();
-}
-
 MacCaptureWindowManager::RefreshLock::RefreshLock() : fManager(getInstance()) {
     if (fManager) fManager->_lockRefresh();
 }

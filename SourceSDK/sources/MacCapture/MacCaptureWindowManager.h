@@ -26,9 +26,9 @@ bool case_insensitive_compare(const std::string& a, const std::string& b);
 // RefreshLock (re-entrant; refreshLists() may be called while holding it)
 // until done with it.
 //
-// Lock order: a source's control lock, then this lock, then a source's
-// observer and callback locks. Nobody stops a source or a display link while
-// holding this lock: the window path's display-link callback takes it.
+// Lock order: a source's control lock, then this lock. Nobody stops a source
+// or a display link, or calls the host, while holding it: the window path's
+// display-link callback takes it, and the host's callbacks may.
 //
 // The static operations work on the global instance and do nothing (or
 // return null) while there is none. Initialisation and shut-down run while no
@@ -54,9 +54,6 @@ public:
     static void getApplicationList(std::vector<MacCaptureApplication*>& list);
     static void getDisplayList(std::vector<MacCaptureDisplay*>& list);
     static void getWindowList(std::vector<MacCaptureWindow*>& list);
-    static void lockRefresh();
-    static void unlockRefresh();
-
     // Holds the inventory lock for its scope; does nothing while there is no
     // inventory.
     class RefreshLock {

@@ -30,37 +30,51 @@ constexpr const char* kScreenDeviceNameKey = "obr_capture_name";
 constexpr const char* kAudioDeviceNameKey = "obr_system_audio_name";
 constexpr uint32_t kScreenCategory = 8;
 constexpr uint32_t kAudioCategory = 2;
+
+// Tears down in the order of the host interface; each step copes with what
+// was never made, so a failed start unwinds through it too.
+void TearDown() {
+    delete g_pMacCaptureManager;
+    g_pMacCaptureManager = nullptr;
+    if (g_MacSystemAudioCapture) g_MacSystemAudioCapture->RegisterAudioDataCallback(nullptr, nullptr);
+    delete g_MacSystemAudioCapture;
+    g_MacSystemAudioCapture = nullptr;
+    MC::shutdownMacCaptureLogging();
+    MC::MacCaptureWindowManager::shutdownMacCaptureWindowMgr();
+    CSDK::uninitialize();
+}
+
 } // namespace
 
 extern "C" {
 
 int QCP_IntitializeLibrary(void) {
-    return qcp::Guarded(__func__, 1, [] {
+    return qcp::Guarded(__func__, 0, [] {
         if (g_pMacCaptureManager) return 1;
         std::string problem;
-        if (!qcp::platform::SelectFromEnvironment(problem))
+        if (!qcp::platform::SelectFromEnvironment(problem)) {
             zTraceManager::Default().TraceMessage(QCP_FOURCC('n', 'o', 't', 'e'), problem);
-        g_pMacCaptureManager = new MC::MacCaptureManager();
-        g_MacSystemAudioCapture = new MC::SystemAudioDevice();
-        MC::initializeMacCaptureLogging();
-        MC::MacCaptureWindowManager::initializeMacCaptureWindowMgr();
-        // The system audio driver starts up here once the audio chain exists.
-        if (!CSDK::isInitialized()) CSDK::initialize();
+            MC::UserLog(-2, "Screen capture: " + problem);
+            return 0;
+        }
+        try {
+            g_pMacCaptureManager = new MC::MacCaptureManager();
+            g_MacSystemAudioCapture = new MC::SystemAudioDevice();
+            MC::initializeMacCaptureLogging();
+            MC::MacCaptureWindowManager::initializeMacCaptureWindowMgr();
+            // The system audio driver starts up here once the audio chain exists.
+            if (!CSDK::isInitialized()) CSDK::initialize();
+        } catch (...) {
+            // Nothing half-built stays behind a failed start.
+            TearDown();
+            throw;
+        }
         return 1;
     });
 }
 
 void QCP_UninitializeLibrary(void) {
-    qcp::Guarded(__func__, [] {
-        delete g_pMacCaptureManager;
-        g_pMacCaptureManager = nullptr;
-        if (g_MacSystemAudioCapture) g_MacSystemAudioCapture->RegisterAudioDataCallback(nullptr, nullptr);
-        delete g_MacSystemAudioCapture;
-        g_MacSystemAudioCapture = nullptr;
-        MC::shutdownMacCaptureLogging();
-        MC::MacCaptureWindowManager::shutdownMacCaptureWindowMgr();
-        CSDK::uninitialize();
-    });
+    qcp::Guarded(__func__, [] { TearDown(); });
 }
 
 void QCP_GetModelInfo(const char*, char* buffer, uint32_t* length) {
