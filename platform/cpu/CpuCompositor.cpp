@@ -10,6 +10,9 @@ namespace {
 
 // Source-over for one premultiplied pixel: s + d * (1 - sa), each channel.
 inline void Over(const uint8_t* source, uint8_t* destination) {
+    uint32_t pixel;
+    std::memcpy(&pixel, source, 4);
+    if (pixel == 0) return; // fully transparent: the destination stands
     const uint32_t alpha = source[3];
     if (alpha == 255) {
         std::memcpy(destination, source, 4);
@@ -50,6 +53,16 @@ void CpuCompositor::drawImage(Surface& target, const Image& image, const Rect& w
     const double scaleY = image.height() / where.height;
     auto sample = [](double at, uint32_t size) { return std::min(size - 1, uint32_t(std::max(0.0, at))); };
     SurfaceLock lock(target);
+    if (scaleX == 1 && scaleY == 1 && where.x == std::floor(where.x) && where.y == std::floor(where.y)) {
+        // Pixel for pixel (window pictures, the no-feed frame): no sampling.
+        const int left = int(where.x), top = int(where.y);
+        for (int y = y0; y < y1; ++y) {
+            const uint8_t* in = image.row(uint32_t(y - top)) + size_t(x0 - left) * 4;
+            uint8_t* out = target.baseAddress() + size_t(y) * target.bytesPerRow() + size_t(x0) * 4;
+            for (int x = x0; x < x1; ++x, in += 4, out += 4) Over(in, out);
+        }
+        return;
+    }
     for (int y = y0; y < y1; ++y) {
         const uint8_t* in = image.row(sample((y + 0.5 - where.y) * scaleY, image.height()));
         uint8_t* out = target.baseAddress() + size_t(y) * target.bytesPerRow();

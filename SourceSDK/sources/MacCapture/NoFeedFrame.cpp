@@ -2,10 +2,8 @@
 // text centred in it, drawn with cairo.
 #include <cairo.h>
 
-#include <vector>
-
-#include "MacCaptureDisplayUtils.h"
 #include "MacCaptureSource.h"
+#include "Platform.h"
 
 namespace MC {
 
@@ -20,19 +18,22 @@ void SetColour(cairo_t* cairo, const zColor& colour) {
     cairo_set_source_rgba(cairo, colour.r / 255.0, colour.g / 255.0, colour.b / 255.0, colour.a / 255.0);
 }
 
-ImageRef DrawPicture(const zColor& background, const zColor& text, const char* message) {
-    const int width = MacCaptureSource::kNoFeedWidth, height = MacCaptureSource::kNoFeedHeight;
-    const int stride = cairo_format_stride_for_width(CAIRO_FORMAT_ARGB32, width);
-    std::vector<uint8_t> pixels(size_t(stride) * height, 0);
-    // ARGB32 is premultiplied native-endian: B G R A in memory here.
-    cairo_surface_t* canvas =
-        cairo_image_surface_create_for_data(pixels.data(), CAIRO_FORMAT_ARGB32, width, height, stride);
+// Draws straight into the surface's memory: cairo's ARGB32 is premultiplied
+// native-endian, the surface's B G R A here.
+void DrawPicture(Surface& surface, const zColor& background, const zColor& text, const char* message) {
+    const int width = int(surface.width()), height = int(surface.height());
+    const bool blank = !message || !*message;
+    // A new surface is zeroed: a transparent picture without text is done.
+    if (blank && background.a == 0 && background.r == 0 && background.g == 0 && background.b == 0) return;
+    SurfaceLock lock(surface);
+    cairo_surface_t* canvas = cairo_image_surface_create_for_data(surface.baseAddress(), CAIRO_FORMAT_ARGB32, width,
+                                                                  height, int(surface.bytesPerRow()));
     cairo_t* cairo = cairo_create(canvas);
     cairo_set_operator(cairo, CAIRO_OPERATOR_SOURCE);
     SetColour(cairo, background);
     cairo_rectangle(cairo, 0, 0, width, height);
     cairo_fill(cairo);
-    if (message && *message) {
+    if (!blank) {
         cairo_set_operator(cairo, CAIRO_OPERATOR_OVER);
         cairo_select_font_face(cairo, kFontFamily, CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
         cairo_set_font_size(cairo, kFontSize);
@@ -47,14 +48,17 @@ ImageRef DrawPicture(const zColor& background, const zColor& text, const char* m
     cairo_destroy(cairo);
     cairo_surface_flush(canvas);
     cairo_surface_destroy(canvas);
-    return std::make_shared<Image>(uint32_t(width), uint32_t(height), uint32_t(stride), std::move(pixels));
 }
 } // namespace
 
 void MacCaptureSource::SetNoFeedFrameType(const zColor& background, const zColor& text, const char* message) {
     std::lock_guard lock(fObserverLock);
     fNoFeedSurface.reset();
-    fNoFeedSurface = copyCGImageRefToIOSurface(*DrawPicture(background, text, message), {});
+    // Always a new surface: a host may still hold the old one.
+    SurfaceRef surface = SurfaceRef::Adopt(
+        Current()->createSurface(SurfaceProperties::Packed(kNoFeedWidth, kNoFeedHeight, kPixelFormat32ARGB)));
+    if (surface) DrawPicture(*surface, background, text, message);
+    fNoFeedSurface = std::move(surface);
 }
 
 } // namespace MC
