@@ -12,6 +12,7 @@ struct SimCounters {
     uint64_t stoppedDelivered = 0; // Stopped statuses posted, asked for or not
     uint64_t framesDropped = 0;   // frames skipped because every pooled surface was still held
     uint64_t windowImages = 0;    // window images handed out (faulty ones included)
+    uint64_t windowLists = 0;     // window lists handed out (every inventory refresh and window poll reads one)
     uint64_t linkTicks = 0;       // display-link callbacks made
     int64_t runningStreams = 0;   // display streams started and not yet stopped or ended
     int64_t runningLinks = 0;     // display links started and not yet stopped
@@ -26,14 +27,15 @@ struct SimCounterSet {
     std::atomic<uint64_t> stoppedDelivered{0};
     std::atomic<uint64_t> framesDropped{0};
     std::atomic<uint64_t> windowImages{0};
+    std::atomic<uint64_t> windowLists{0};
     std::atomic<uint64_t> linkTicks{0};
     std::atomic<int64_t> runningStreams{0};
     std::atomic<int64_t> runningLinks{0};
 
     SimCounters Snapshot() const {
-        return {framesDelivered.load(), idleDelivered.load(),  blankDelivered.load(),
-                stoppedDelivered.load(), framesDropped.load(), windowImages.load(),
-                linkTicks.load(),        runningStreams.load(), runningLinks.load()};
+        return {framesDelivered.load(), idleDelivered.load(), blankDelivered.load(), stoppedDelivered.load(),
+                framesDropped.load(),   windowImages.load(),  windowLists.load(),   linkTicks.load(),
+                runningStreams.load(),  runningLinks.load()};
     }
 };
 

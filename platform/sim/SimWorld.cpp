@@ -318,6 +318,7 @@ WindowInfo SimWorld::Entry(const Window& window) const {
 }
 
 std::vector<WindowInfo> SimWorld::WindowList(bool onScreenOnly) const {
+    fCounters.windowLists.fetch_add(1, std::memory_order_relaxed);
     std::lock_guard lock(fMutex);
     std::vector<WindowInfo> list;
     for (const Window& window : fWindows)

@@ -73,7 +73,7 @@ std::string PluginTest::CreateSource() {
     return copy;
 }
 
-bool PluginTest::WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit) {
+bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!done()) {
         if (std::chrono::steady_clock::now() > end) return false;

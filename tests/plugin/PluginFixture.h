@@ -11,6 +11,10 @@
 #include "QCP_API.h"
 #include "SimWorld.h"
 
+// Polls `done` until it holds or `limit` of real time has passed; the limit
+// is generous, only a hang reaches it.
+bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit);
+
 // Drives the plug-in through its C interface on the simulated platform, as a
 // host would: initialised before each test, uninitialised after.
 class PluginTest : public ::testing::Test {
@@ -37,10 +41,6 @@ protected:
     };
     std::vector<LogLine> log;
     void InstallLog();
-
-    // Polls `done` until it holds or `limit` of real time has passed; the
-    // limit is generous, only a hang reaches it.
-    static bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit);
 
     static std::string SourceId(const char* device, uint32_t index);
     static std::string SourceDisplayName(const char* device, const char* source);

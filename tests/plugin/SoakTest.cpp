@@ -12,15 +12,12 @@
 #include <random>
 #include <thread>
 
+#include "ManualClock.h"
 #include "PluginFixture.h"
-#include "zTime.h"
 
 using namespace std::chrono_literals;
 
 namespace {
-
-std::atomic<int64_t> gNow{0};
-int64_t FastNow() { return gNow.load(); }
 
 size_t ThreadCount() {
     std::ifstream status("/proc/self/status");
@@ -45,11 +42,9 @@ Usage Measure() { return {ThreadCount(), OpenFileCount(), HeapInUse()}; }
 class SoakTest : public PluginTest {
 protected:
     void SetUp() override {
-        gNow = zTime::MicroNow();
-        zTime::SetSource(&FastNow);
         fPump = std::thread([this] {
             while (!fStop) {
-                gNow += 10'000;
+                fClock.Advance(10'000);
                 std::this_thread::sleep_for(1ms);
             }
         });
@@ -65,7 +60,6 @@ protected:
         PluginTest::TearDown();
         fStop = true;
         fPump.join();
-        zTime::SetSource(nullptr);
     }
 
     void Cycles(int seed, int count) {
@@ -104,6 +98,7 @@ protected:
     }
 
     static constexpr qcp::platform::Rect kSide{320, 0, 320, 240};
+    ManualClock fClock;
     std::atomic<bool> fStop{false};
     std::thread fPump;
     uint32_t fWindow = 0;
