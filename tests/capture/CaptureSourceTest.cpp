@@ -1,8 +1,9 @@
 // A capture source over the simulated desktop, seen from its observer.
 #include <algorithm>
-#include <thread>
 
 #include "CaptureFixture.h"
+#include "ManualClock.h"
+#include "WaitFor.h"
 #include "MacCaptureWindowManager.h"
 
 using namespace std::chrono_literals;
@@ -62,7 +63,8 @@ TEST_F(CaptureTest, RegionDeliversTheRegionsContent) {
     source.stop();
 }
 
-TEST_F(CaptureTest, WithTheCursorFramesGoOutAtTimeZeroAboutSixtyTimesASecond) {
+TEST_F(CaptureTest, WithTheCursorFramesGoOutAtTimeZeroSixtyTimesASecond) {
+    ManualClock clock; // the render loop and the stream both follow it
     RecordingObserver observer;
     MC::MacCaptureSource source("s", "name");
     source.setShowCursor(true);
@@ -70,23 +72,31 @@ TEST_F(CaptureTest, WithTheCursorFramesGoOutAtTimeZeroAboutSixtyTimesASecond) {
     source.setCaptureFrame(0, 0, 1920, 1080);
     source.setCaptureDisplay(kDisplay);
     ASSERT_TRUE(source.start());
+    auto composed = [&] {
+        const std::vector<SeenFrame> frames = observer.Frames();
+        return size_t(std::count_if(frames.begin(), frames.end(), [](auto& f) { return f.stamp && f.time == 0; }));
+    };
     // One stream frame is enough: the render loop repeats it with the cursor.
-    auto frames = observer.WaitFor(12, [](auto& f) { return f.stamp && f.time == 0; });
-    EXPECT_GE(std::count_if(frames.begin(), frames.end(), [](auto& f) { return f.stamp && f.time == 0; }), 12);
+    for (int ms = 0; ms < 100 && composed() == 0; ++ms) {
+        clock.Advance(1'000);
+        WaitFor([&] { return composed() > 0; }, 2ms);
+    }
+    ASSERT_EQ(composed(), 1u) << "the first pass goes out at once";
+    // Each period of the clock brings exactly one more pass, however long
+    // the pass itself takes in real time.
+    for (size_t pass = 2; pass <= 61; ++pass) {
+        clock.Advance(MC::MacCaptureSource::kRenderIntervalMicros);
+        ASSERT_TRUE(WaitFor([&] { return composed() >= pass; }, 10s));
+        ASSERT_EQ(composed(), pass);
+    }
     source.stop();
     observer.Clear();
-    std::this_thread::sleep_for(100ms);
-    EXPECT_TRUE(std::none_of(observer.Frames().begin(), observer.Frames().end(),
-                             [](auto& f) { return f.stamp.has_value(); }))
-        << "the render loop ends with the stream";
+    clock.Advance(100'000);
+    EXPECT_EQ(composed(), 0u) << "the render loop ends with the stream";
 }
 
 TEST_F(CaptureTest, NoFeedFramesOnlyWhileObservedAndNotRunning) {
     RecordingObserver observer;
-    {
-        MC::MacCaptureSource unobserved("quiet", "name");
-        std::this_thread::sleep_for(50ms);
-    }
     MC::MacCaptureSource source("s", "name");
     source.registerObserver(&observer);
     auto frames = observer.WaitFor(1);
@@ -119,9 +129,13 @@ TEST_F(CaptureTest, ClosedWindowSendsNoFramesAtAll) {
 
     world().CloseWindow(window);
     MC::MacCaptureWindowManager::refreshLists();
-    std::this_thread::sleep_for(50ms);
+    auto ticks = [&](uint64_t count) {
+        const uint64_t target = world().Counters().linkTicks + count;
+        ASSERT_TRUE(WaitFor([&] { return world().Counters().linkTicks >= target; }, 10s));
+    };
+    ticks(2); // a frame already on its way has arrived
     observer.Clear();
-    std::this_thread::sleep_for(200ms);
+    ticks(10);
     EXPECT_TRUE(observer.Frames().empty());
     source.stop();
 }

@@ -1,7 +1,5 @@
 #include "PluginFixture.h"
 
-#include <thread>
-
 #include "Platform.h"
 #include "SimPlatform.h"
 
@@ -73,11 +71,3 @@ std::string PluginTest::CreateSource() {
     return copy;
 }
 
-bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}

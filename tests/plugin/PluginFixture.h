@@ -10,10 +10,7 @@
 
 #include "QCP_API.h"
 #include "SimWorld.h"
-
-// Polls `done` until it holds or `limit` of real time has passed; the limit
-// is generous, only a hang reaches it.
-bool WaitFor(const std::function<bool()>& done, std::chrono::milliseconds limit);
+#include "WaitFor.h"
 
 // Drives the plug-in through its C interface on the simulated platform, as a
 // host would: initialised before each test, uninitialised after.
