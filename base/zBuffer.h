@@ -1,6 +1,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <vector>
 
@@ -9,8 +10,10 @@
 class zBuffer {
 public:
     void Append(const void* data, size_t size) {
-        auto* bytes = static_cast<const uint8_t*>(data);
-        fBytes.insert(fBytes.end(), bytes, bytes + size);
+        if (size == 0) return;
+        const size_t at = fBytes.size();
+        fBytes.resize(at + size);
+        std::memcpy(fBytes.data() + at, data, size);
     }
     void Append(std::string_view text) { Append(text.data(), text.size()); }
     void Clear() { fBytes.clear(); }

@@ -1,16 +1,13 @@
 // Delivering a frame to the host allocates nothing: the record is filled in
 // place and the surface's id travels by address.
 #include <atomic>
-#include <cstdlib>
-#include <new>
 
+#include "AllocationCounter.h"
 #include "CaptureFixture.h"
 #include "MacCaptureSourceSDKInfo.h"
 #include "zQueue.h"
 
 namespace {
-thread_local bool tCounting = false;
-std::atomic<int> gAllocations{0};
 
 struct Seen {
     QCP_VideoBuffer buffer{};
@@ -25,14 +22,6 @@ void Arrived(void* context, QCP_VideoBuffer* frame) {
 }
 } // namespace
 
-void* operator new(size_t size) {
-    if (tCounting) ++gAllocations;
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-
 TEST_F(CaptureTest, FrameDeliveryToTheHostAllocatesNothing) {
     auto surface = qcp::platform::SurfaceRef::Adopt(
         qcp::platform::Surface::Create(qcp::platform::SurfaceProperties::Packed(1920, 1080)));
@@ -41,11 +30,13 @@ TEST_F(CaptureTest, FrameDeliveryToTheHostAllocatesNothing) {
     record.videoCallback = &Arrived;
     record.videoContext = &seen;
 
-    tCounting = true;
-    record.receivedScreenFrame(1920, 1080, 123456, surface.get());
-    tCounting = false;
-
-    EXPECT_EQ(gAllocations.load(), 0);
+    int allocations = 0;
+    {
+        const AllocationCounter counter;
+        record.receivedScreenFrame(1920, 1080, 123456, surface.get());
+        allocations = counter.count();
+    }
+    EXPECT_EQ(allocations, 0);
     ASSERT_EQ(seen.calls, 1);
     EXPECT_EQ(seen.buffer.format, 0x696F7372u);
     EXPECT_EQ(seen.buffer.width, 1920u);
@@ -64,11 +55,14 @@ TEST(FramePosting, AWarmQueueTakesWorkWithoutAllocating) {
     for (int i = 0; i < 64; ++i) post(); // the ring grows to its working size
     queue.Sync([] {});
 
-    tCounting = true;
-    for (int i = 0; i < 32; ++i) post();
-    tCounting = false;
+    int allocations = 0;
+    {
+        const AllocationCounter counter;
+        for (int i = 0; i < 32; ++i) post();
+        allocations = counter.count();
+    }
     queue.Sync([] {});
 
-    EXPECT_EQ(gAllocations.load(), 0);
+    EXPECT_EQ(allocations, 0);
     EXPECT_EQ(ran.load(), 96);
 }

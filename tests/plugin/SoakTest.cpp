@@ -130,7 +130,8 @@ TEST_F(SoakTest, ThousandsOfSourcesAndFaultsLeaveThreadsFilesAndMemoryFlat) {
     const Usage after = Measure();
     EXPECT_EQ(after.threads, before.threads);
     EXPECT_EQ(after.files, before.files);
-    if (before.heap != 0)
+    if (before.heap != 0) {
         EXPECT_LT(after.heap, before.heap + 512 * 1024) << "heap grew by " << int64_t(after.heap - before.heap);
+    }
     EXPECT_EQ(QCP_GetSourceCount(QCP_SCREEN_DEVICE_ID), 0u);
 }
