@@ -16,7 +16,9 @@ using DisplayLinkCallback = std::function<void(int64_t videoTime)>;
 // IsRunning and the destructor are called from the host's thread, never
 // concurrently with each other. The link keeps ticking at the rate it was
 // made with if its display goes away; the core notices a lost display
-// through the screen list, not through the link.
+// through the screen list, not through the link. Only when the whole window
+// system is lost (the X server going away) does a link stop calling back,
+// while still reporting itself running until Stop.
 class DisplayLink {
 public:
     // Stops it first (see Stop).
