@@ -56,7 +56,11 @@ void QCP_GetSourceSettings(const char* deviceId, const char* sourceId, char* buf
         FillFrom(serialised, buffer, *length);
         // Fetching the settings of an idle video source starts it, on the
         // whole main display.
-        const MC::MacCaptureManager::SourceControl control = manager.control(id);
+        // A host reading its settings from inside the source's own callback
+        // is answered, but the source is not started from there.
+        const MC::MacCaptureManager::RecordRef record = manager.findRecord(id);
+        if (!record || record->isDeliveringOnThisThread()) return;
+        const MC::MacCaptureManager::SourceControl control(record);
         if (control && control->captureVideo && !control->source->isRunng()) {
             manager.setCaptureDisplayIndex(id, 0);
             manager.setCaptureMode(id, MC::kCaptureWholeDisplay, nullptr);
