@@ -1,0 +1,80 @@
+#pragma once
+// The HAL's property interface: the system object, the selectors of the
+// system, devices and the CoreAudio plug-in, and the AudioObject functions.
+// On systems without CoreAudio the functions are answered by the installed
+// AudioDeviceLayer (AudioDeviceLayer.h); with none installed every one of
+// them returns kAudioHardwareNotRunningError (HasProperty answers false).
+#include "AudioHardwareBase.h"
+
+enum : AudioObjectID {
+    kAudioObjectSystemObject = 1,
+};
+
+// The system object's properties.
+enum : AudioObjectPropertySelector {
+    kAudioHardwarePropertyDevices = qcp::coreaudio::FourCC("dev#"),
+    kAudioHardwarePropertyDefaultInputDevice = qcp::coreaudio::FourCC("dIn "),
+    kAudioHardwarePropertyDefaultOutputDevice = qcp::coreaudio::FourCC("dOut"),
+    kAudioHardwarePropertyDefaultSystemOutputDevice = qcp::coreaudio::FourCC("sOut"),
+    // An AudioValueTranslation: a CFStringRef UID in, an AudioObjectID out.
+    kAudioHardwarePropertyDeviceForUID = qcp::coreaudio::FourCC("duid"),
+    // A CFStringRef UID as qualifier, an AudioObjectID as value.
+    kAudioHardwarePropertyTranslateUIDToDevice = qcp::coreaudio::FourCC("uidd"),
+    // An AudioValueTranslation: a CFStringRef bundle id in, an AudioObjectID out.
+    kAudioHardwarePropertyPlugInForBundleID = qcp::coreaudio::FourCC("pibi"),
+};
+
+// A device's properties.
+enum : AudioObjectPropertySelector {
+    kAudioDevicePropertyDeviceUID = qcp::coreaudio::FourCC("uid "),
+    kAudioDevicePropertyDeviceIsAlive = qcp::coreaudio::FourCC("livn"),
+    kAudioDevicePropertyDeviceIsRunning = qcp::coreaudio::FourCC("goin"),
+    kAudioDevicePropertyStreams = qcp::coreaudio::FourCC("stm#"),
+    kAudioDevicePropertyStreamConfiguration = qcp::coreaudio::FourCC("slay"),
+    kAudioDevicePropertyNominalSampleRate = qcp::coreaudio::FourCC("nsrt"),
+    kAudioDevicePropertyAvailableNominalSampleRates = qcp::coreaudio::FourCC("nsr#"),
+    kAudioDevicePropertyBufferFrameSize = qcp::coreaudio::FourCC("fsiz"),
+    kAudioDevicePropertyBufferFrameSizeRange = qcp::coreaudio::FourCC("fsz#"),
+    kAudioDevicePropertySafetyOffset = qcp::coreaudio::FourCC("saft"),
+    kAudioDevicePropertyStreamFormat = qcp::coreaudio::FourCC("sfmt"),
+    kAudioDevicePropertyVolumeScalar = qcp::coreaudio::FourCC("volm"),
+    kAudioDevicePropertyMute = qcp::coreaudio::FourCC("mute"),
+    kAudioDevicePropertyHogMode = qcp::coreaudio::FourCC("oink"),
+    kAudioDevicePropertyDeviceName = qcp::coreaudio::FourCC("name"),
+};
+
+// The CoreAudio plug-in's aggregate-device properties. Creating takes the
+// description (a CFDictionaryRef) as qualifier and answers the new device's
+// id; destroying takes the device's id as value.
+enum : AudioObjectPropertySelector {
+    kAudioPlugInCreateAggregateDevice = qcp::coreaudio::FourCC("cagg"),
+    kAudioPlugInDestroyAggregateDevice = qcp::coreaudio::FourCC("dagg"),
+    kAudioAggregateDevicePropertyFullSubDeviceList = qcp::coreaudio::FourCC("grup"),
+};
+
+// Keys of an aggregate device's description.
+#define kAudioAggregateDeviceNameKey "name"
+#define kAudioAggregateDeviceUIDKey "uid"
+
+// Called on the system's notification thread when any of `inAddresses`
+// changed on `inObjectID`; its status is ignored.
+typedef OSStatus (*AudioObjectPropertyListenerProc)(AudioObjectID inObjectID, UInt32 inNumberAddresses,
+                                                    const AudioObjectPropertyAddress* inAddresses, void* inClientData);
+
+extern "C" {
+Boolean AudioObjectHasProperty(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress);
+OSStatus AudioObjectIsPropertySettable(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
+                                       Boolean* outIsSettable);
+OSStatus AudioObjectGetPropertyDataSize(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
+                                        UInt32 inQualifierDataSize, const void* inQualifierData, UInt32* outDataSize);
+OSStatus AudioObjectGetPropertyData(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
+                                    UInt32 inQualifierDataSize, const void* inQualifierData, UInt32* ioDataSize,
+                                    void* outData);
+OSStatus AudioObjectSetPropertyData(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
+                                    UInt32 inQualifierDataSize, const void* inQualifierData, UInt32 inDataSize,
+                                    const void* inData);
+OSStatus AudioObjectAddPropertyListener(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
+                                        AudioObjectPropertyListenerProc inListener, void* inClientData);
+OSStatus AudioObjectRemovePropertyListener(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
+                                           AudioObjectPropertyListenerProc inListener, void* inClientData);
+}

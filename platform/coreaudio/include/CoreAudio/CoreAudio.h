@@ -1,0 +1,5 @@
+#pragma once
+// The CoreAudio subset the capture chain uses.
+#include "AudioHardware.h"
+#include "AudioHardwareDeprecated.h"
+#include "CoreAudioTypes.h"

@@ -1,0 +1,46 @@
+#pragma once
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+#include "SimAudioState.h"
+#include "zQueue.h"
+
+namespace qcp::coreaudio::sim {
+
+// The property listeners and the one notification thread that calls them,
+// asynchronously, in the order the changes happened.
+class SimAudioListeners {
+public:
+    SimAudioListeners();
+    // Drops the notifications not yet delivered.
+    ~SimAudioListeners();
+
+    void Add(AudioObjectID object, const AudioObjectPropertyAddress& address, AudioObjectPropertyListenerProc proc,
+             void* clientData);
+    // Waits for a call in progress unless called from a listener.
+    void Remove(AudioObjectID object, const AudioObjectPropertyAddress& address, AudioObjectPropertyListenerProc proc,
+                void* clientData);
+    // Queues calls to the listeners of each change. Any thread, any lock.
+    void Notify(const SimAudioChanges& changes);
+
+private:
+    struct Listener {
+        AudioObjectID object;
+        AudioObjectPropertyAddress address;
+        AudioObjectPropertyListenerProc proc;
+        void* clientData;
+        bool operator==(const Listener& other) const;
+        bool Hears(const SimAudioChange& change) const;
+    };
+    void Deliver(const SimAudioChange& change);
+    bool IsListening(const Listener& listener);
+
+    std::mutex fMutex;
+    std::vector<Listener> fListeners;
+    std::atomic<bool> fClosing{false};
+    // Last: stopped before the listeners it reads go away.
+    zQueue fQueue;
+};
+
+} // namespace qcp::coreaudio::sim

@@ -1,0 +1,69 @@
+#pragma once
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CoreAudio/AudioHardware.h"
+#include "SimAudioDeviceSpec.h"
+
+namespace qcp::coreaudio::sim {
+
+// A property that changed, for the listeners.
+struct SimAudioChange {
+    AudioObjectID object;
+    AudioObjectPropertyAddress address;
+};
+using SimAudioChanges = std::vector<SimAudioChange>;
+
+struct SimAudioDevice {
+    AudioObjectID id = kAudioObjectUnknown;
+    SimAudioDeviceSpec state;
+    std::vector<AudioStreamID> inputStreams; // ids, one per state.inputStreams entry
+    std::vector<AudioStreamID> outputStreams;
+    bool aggregate = false;
+    std::vector<std::string> subDeviceUIDs; // an aggregate's
+};
+
+// The simulated sound system's objects. Not thread-safe: SimAudioSystem
+// guards it. Ids are never reused, so a device that comes back gets a new one.
+class SimAudioState {
+public:
+    SimAudioState();
+
+    AudioObjectID PlugIn() const { return fPlugIn; }
+    const std::vector<SimAudioDevice>& Devices() const { return fDevices; }
+    SimAudioDevice* Find(AudioObjectID id);
+    const SimAudioDevice* Find(AudioObjectID id) const;
+    const SimAudioDevice* FindUID(const std::string& uid) const;
+    bool IsStream(AudioObjectID id) const;
+
+    AudioObjectID DefaultOutput() const { return fDefaultOutput; }
+    AudioObjectID SystemOutput() const { return fSystemOutput; }
+    AudioObjectID DefaultInput() const { return fDefaultInput; }
+    // Which default `selector` ('dOut', 'sOut' or 'dIn ') names.
+    AudioObjectID& Default(AudioObjectPropertySelector selector);
+    // Whether `device` may be the default `selector`.
+    bool CanBeDefault(const SimAudioDevice& device, AudioObjectPropertySelector selector) const;
+
+    // Plugs a device in; 0 when its UID is taken. An absent default becomes
+    // the new device when it can be one.
+    AudioObjectID Add(SimAudioDeviceSpec spec, bool aggregate, SimAudioChanges& changes);
+    // Unplugs a device; a default it was moves to the first device that can
+    // be that default.
+    bool Remove(AudioObjectID id, SimAudioChanges& changes);
+    // Sets a default; false when the device cannot be it.
+    bool SetDefault(AudioObjectPropertySelector selector, AudioObjectID id, SimAudioChanges& changes);
+    // Makes an aggregate of the devices with `uids` (those plugged in): their
+    // streams in order, the first one's rate.
+    void SetSubDevices(SimAudioDevice& aggregate, std::vector<std::string> uids, SimAudioChanges& changes);
+
+private:
+    AudioObjectID fNextID;
+    AudioObjectID fPlugIn;
+    std::vector<SimAudioDevice> fDevices; // in the order they were plugged in
+    AudioObjectID fDefaultOutput = kAudioObjectUnknown;
+    AudioObjectID fSystemOutput = kAudioObjectUnknown;
+    AudioObjectID fDefaultInput = kAudioObjectUnknown;
+};
+
+} // namespace qcp::coreaudio::sim

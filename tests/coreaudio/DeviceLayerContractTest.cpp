@@ -1,0 +1,264 @@
+// What every device layer owes the capture chain, run over each layer through
+// the CoreAudio C interface alone. A layer joins by adding a harness that
+// makes it and plugs devices in and out of it.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <thread>
+
+#include "AudioDeviceLayer.h"
+#include "CoreAudioTestSupport.h"
+#include "SimAudioSystem.h"
+#include "WaitFor.h"
+
+namespace {
+
+using namespace coreaudio_test;
+using qcp::coreaudio::AudioDeviceLayer;
+using namespace std::chrono_literals;
+
+class SimHarness {
+public:
+    std::unique_ptr<AudioDeviceLayer> Create() {
+        auto system = std::make_unique<qcp::coreaudio::sim::SimAudioSystem>();
+        fSystem = system.get();
+        return system;
+    }
+    // Plugs in a stereo output device; its UID.
+    std::string PlugOutput(const std::string& name) {
+        qcp::coreaudio::sim::SimAudioDeviceSpec spec;
+        spec.uid = "contract." + name;
+        spec.name = name;
+        spec.outputStreams = {2};
+        return fSystem->AddDevice(spec) ? spec.uid : "";
+    }
+    bool Unplug(const std::string& uid) { return fSystem->RemoveDevice(uid); }
+    void InjectFault(AudioObjectID object, AudioObjectPropertySelector selector, OSStatus status) {
+        fSystem->InjectFault(object, selector, status);
+    }
+    void ClearFaults() { fSystem->ClearFaults(); }
+
+private:
+    qcp::coreaudio::sim::SimAudioSystem* fSystem = nullptr;
+};
+
+// Every listener call, with the thread it came on.
+struct Calls {
+    std::mutex mutex;
+    std::vector<std::thread::id> threads;
+    std::vector<AudioObjectID> objects;
+    std::vector<AudioObjectPropertySelector> selectors;
+    std::atomic<int> count{0};
+    // What the listener read back from inside the call: the device list's length.
+    std::atomic<size_t> devicesSeen{0};
+
+    static OSStatus Listener(AudioObjectID object, UInt32 addressCount, const AudioObjectPropertyAddress* addresses,
+                             void* clientData) {
+        auto* calls = static_cast<Calls*>(clientData);
+        calls->devicesSeen = ReadDevices().size();
+        {
+            std::lock_guard lock(calls->mutex);
+            calls->threads.push_back(std::this_thread::get_id());
+            calls->objects.push_back(object);
+            for (UInt32 i = 0; i < addressCount; ++i) calls->selectors.push_back(addresses[i].mSelector);
+        }
+        ++calls->count;
+        return kAudioHardwareNoError;
+    }
+    bool WaitForCount(int wanted) {
+        return WaitFor([&] { return count >= wanted; }, 10s);
+    }
+};
+
+template <class Harness>
+class DeviceLayerContract : public testing::Test {
+protected:
+    void SetUp() override { qcp::coreaudio::Install(fHarness.Create()); }
+    void TearDown() override { qcp::coreaudio::Install(nullptr); }
+
+    Harness fHarness;
+};
+
+using Harnesses = testing::Types<SimHarness>;
+TYPED_TEST_SUITE(DeviceLayerContract, Harnesses);
+
+TYPED_TEST(DeviceLayerContract, ListenersAreCalledOnOneNotificationThreadThatMayCallBackIn) {
+    Calls calls;
+    const auto devices = Address(kAudioHardwarePropertyDevices);
+    ASSERT_EQ(AudioObjectAddPropertyListener(kAudioObjectSystemObject, &devices, &Calls::Listener, &calls), 0);
+    const size_t before = ReadDevices().size();
+
+    ASSERT_FALSE(this->fHarness.PlugOutput("first").empty());
+    ASSERT_FALSE(this->fHarness.PlugOutput("second").empty());
+    ASSERT_TRUE(calls.WaitForCount(2));
+
+    std::lock_guard lock(calls.mutex);
+    EXPECT_NE(calls.threads[0], std::this_thread::get_id());
+    EXPECT_EQ(calls.threads[0], calls.threads[1]);
+    EXPECT_EQ(calls.objects[0], kAudioObjectSystemObject);
+    EXPECT_EQ(calls.selectors[0], kAudioHardwarePropertyDevices);
+    EXPECT_EQ(calls.devicesSeen, before + 2);
+    EXPECT_EQ(AudioObjectRemovePropertyListener(kAudioObjectSystemObject, &devices, &Calls::Listener, &calls), 0);
+}
+
+TYPED_TEST(DeviceLayerContract, AListenerRemovedIsNotCalledAgain) {
+    Calls removed, sentinel;
+    const auto devices = Address(kAudioHardwarePropertyDevices);
+    AudioObjectAddPropertyListener(kAudioObjectSystemObject, &devices, &Calls::Listener, &removed);
+    AudioObjectAddPropertyListener(kAudioObjectSystemObject, &devices, &Calls::Listener, &sentinel);
+    this->fHarness.PlugOutput("one");
+    ASSERT_TRUE(removed.WaitForCount(1));
+    ASSERT_TRUE(sentinel.WaitForCount(1));
+
+    ASSERT_EQ(AudioObjectRemovePropertyListener(kAudioObjectSystemObject, &devices, &Calls::Listener, &removed), 0);
+    this->fHarness.PlugOutput("two");
+    // Calls come in order: once the sentinel heard the change, the removed
+    // listener would have been called already.
+    ASSERT_TRUE(sentinel.WaitForCount(2));
+    EXPECT_EQ(removed.count, 1);
+    AudioObjectRemovePropertyListener(kAudioObjectSystemObject, &devices, &Calls::Listener, &sentinel);
+}
+
+TYPED_TEST(DeviceLayerContract, ARepluggedDeviceHasANewIDAndTheSameUID) {
+    const std::string uid = this->fHarness.PlugOutput("replugged");
+    const AudioObjectID first = DeviceForUID(uid);
+    ASSERT_NE(first, kAudioObjectUnknown);
+    Calls death;
+    const auto alive = Address(kAudioDevicePropertyDeviceIsAlive);
+    ASSERT_EQ(AudioObjectAddPropertyListener(first, &alive, &Calls::Listener, &death), 0);
+
+    ASSERT_TRUE(this->fHarness.Unplug(uid));
+    ASSERT_TRUE(death.WaitForCount(1));
+    UInt32 isAlive = 1;
+    EXPECT_EQ(Read(first, alive, isAlive), kAudioHardwareBadObjectError);
+    EXPECT_EQ(DeviceForUID(uid), kAudioObjectUnknown);
+
+    this->fHarness.PlugOutput("replugged");
+    const AudioObjectID second = DeviceForUID(uid);
+    EXPECT_NE(second, kAudioObjectUnknown);
+    EXPECT_NE(second, first);
+    EXPECT_EQ(ReadString(second, Address(kAudioDevicePropertyDeviceUID)), uid);
+    EXPECT_EQ(ReadString(second, Address(kAudioObjectPropertyName)), "replugged");
+    AudioObjectRemovePropertyListener(first, &alive, &Calls::Listener, &death);
+}
+
+TYPED_TEST(DeviceLayerContract, PropertySizesAndBadSizes) {
+    const AudioObjectID device = DeviceForUID(this->fHarness.PlugOutput("sized"));
+    const auto sizeOf = [device](const AudioObjectPropertyAddress& address) {
+        UInt32 size = 0;
+        return AudioObjectGetPropertyDataSize(device, &address, 0, nullptr, &size) ? 0u : size;
+    };
+    const auto output = kAudioObjectPropertyScopeOutput;
+    EXPECT_EQ(sizeOf(Address(kAudioDevicePropertyDeviceUID)), sizeof(CFStringRef));
+    EXPECT_EQ(sizeOf(Address(kAudioDevicePropertyNominalSampleRate)), sizeof(Float64));
+    EXPECT_EQ(sizeOf(Address(kAudioDevicePropertyBufferFrameSize, output)), sizeof(UInt32));
+    EXPECT_EQ(sizeOf(Address(kAudioDevicePropertySafetyOffset, output)), sizeof(UInt32));
+    EXPECT_EQ(sizeOf(Address(kAudioDevicePropertyStreamFormat, output)), 40u);
+    EXPECT_EQ(sizeOf(Address(kAudioDevicePropertyStreams, output)), sizeof(AudioStreamID));
+    EXPECT_EQ(sizeOf(Address(kAudioDevicePropertyStreamConfiguration, output)),
+              offsetof(AudioBufferList, mBuffers) + sizeof(AudioBuffer));
+
+    UInt16 tooSmall = 0;
+    EXPECT_EQ(Read(device, Address(kAudioDevicePropertyBufferFrameSize, output), tooSmall),
+              kAudioHardwareBadPropertySizeError);
+    const Float32 wrongType = 48000;
+    EXPECT_EQ(Write(device, Address(kAudioDevicePropertyNominalSampleRate), wrongType),
+              kAudioHardwareBadPropertySizeError);
+    // A list read into a buffer that is not a whole number of items gets the
+    // items that fit.
+    const auto devices = Address(kAudioHardwarePropertyDevices);
+    AudioObjectID first[2] = {};
+    UInt32 size = sizeof(AudioObjectID) + 2;
+    ASSERT_EQ(AudioObjectGetPropertyData(kAudioObjectSystemObject, &devices, 0, nullptr, &size, first), 0);
+    EXPECT_EQ(size, sizeof(AudioObjectID));
+}
+
+TYPED_TEST(DeviceLayerContract, UnknownObjectsSelectorsAndElementsAndReadOnlyProperties) {
+    const AudioObjectID device = DeviceForUID(this->fHarness.PlugOutput("known"));
+    constexpr AudioObjectID kNoSuchObject = 0x7FFF0000;
+    const auto uid = Address(kAudioDevicePropertyDeviceUID);
+    UInt32 size = 0;
+    Boolean settable = false;
+    EXPECT_EQ(AudioObjectGetPropertyDataSize(kNoSuchObject, &uid, 0, nullptr, &size), kAudioHardwareBadObjectError);
+    EXPECT_EQ(AudioObjectIsPropertySettable(kNoSuchObject, &uid, &settable), kAudioHardwareBadObjectError);
+    EXPECT_FALSE(AudioObjectHasProperty(kNoSuchObject, &uid));
+    Float64 rate = 0;
+    EXPECT_EQ(Write(kNoSuchObject, Address(kAudioDevicePropertyNominalSampleRate), rate), kAudioHardwareBadObjectError);
+
+    UInt32 value = 0;
+    EXPECT_EQ(Read(device, Address(qcp::coreaudio::FourCC("zzzz")), value), kAudioHardwareUnknownPropertyError);
+    EXPECT_EQ(Read(device, Address(kAudioDevicePropertyBufferFrameSize, kAudioObjectPropertyScopeOutput, 7), value),
+              kAudioHardwareUnknownPropertyError);
+    EXPECT_EQ(Read(device, Address(kAudioDevicePropertyStreamFormat, kAudioObjectPropertyScopeInput), value),
+              kAudioHardwareUnknownPropertyError)
+        << "an output-only device has no input format";
+    EXPECT_TRUE(AudioObjectHasProperty(device, &uid));
+
+    ASSERT_EQ(AudioObjectIsPropertySettable(device, &uid, &settable), 0);
+    EXPECT_FALSE(settable);
+    const auto rateAddress = Address(kAudioDevicePropertyNominalSampleRate);
+    ASSERT_EQ(AudioObjectIsPropertySettable(device, &rateAddress, &settable), 0);
+    EXPECT_TRUE(settable);
+    CFStringRef newUID = CFStringCreateWithCString(kCFAllocatorDefault, "other", kCFStringEncodingUTF8);
+    EXPECT_EQ(Write(device, uid, newUID), kAudioHardwareIllegalOperationError);
+    CFRelease(newUID);
+}
+
+TYPED_TEST(DeviceLayerContract, DefaultOutputChangesAreHeard) {
+    const AudioObjectID first = DeviceForUID(this->fHarness.PlugOutput("speakers"));
+    const AudioObjectID second = DeviceForUID(this->fHarness.PlugOutput("headphones"));
+    const auto defaultOutput = Address(kAudioHardwarePropertyDefaultOutputDevice);
+    AudioObjectID current = kAudioObjectUnknown;
+    ASSERT_EQ(Read(kAudioObjectSystemObject, defaultOutput, current), 0);
+    ASSERT_EQ(current, first);
+    Calls calls;
+    AudioObjectAddPropertyListener(kAudioObjectSystemObject, &defaultOutput, &Calls::Listener, &calls);
+
+    ASSERT_EQ(Write(kAudioObjectSystemObject, defaultOutput, second), 0);
+    ASSERT_TRUE(calls.WaitForCount(1));
+    ASSERT_EQ(Read(kAudioObjectSystemObject, defaultOutput, current), 0);
+    EXPECT_EQ(current, second);
+    EXPECT_EQ(Write(kAudioObjectSystemObject, defaultOutput, AudioObjectID{0x7FFF0000}), kAudioHardwareBadDeviceError);
+    AudioObjectRemovePropertyListener(kAudioObjectSystemObject, &defaultOutput, &Calls::Listener, &calls);
+}
+
+TYPED_TEST(DeviceLayerContract, AnInjectedFaultFailsOnlyItsProperty) {
+    const AudioObjectID device = DeviceForUID(this->fHarness.PlugOutput("faulty"));
+    this->fHarness.InjectFault(device, kAudioDevicePropertyNominalSampleRate, kAudioDevicePermissionsError);
+    Float64 rate = 0;
+    const auto rateAddress = Address(kAudioDevicePropertyNominalSampleRate);
+    EXPECT_EQ(Read(device, rateAddress, rate), kAudioDevicePermissionsError);
+    EXPECT_EQ(Write(device, rateAddress, Float64{44100}), kAudioDevicePermissionsError);
+    EXPECT_FALSE(AudioObjectHasProperty(device, &rateAddress));
+    EXPECT_EQ(ReadString(device, Address(kAudioObjectPropertyName)), "faulty");
+
+    this->fHarness.ClearFaults();
+    EXPECT_EQ(Read(device, rateAddress, rate), 0);
+    EXPECT_GT(rate, 0);
+}
+
+TEST(NoDeviceLayer, EveryCallSaysTheHardwareIsNotRunning) {
+    qcp::coreaudio::Install(nullptr);
+    const auto devices = Address(kAudioHardwarePropertyDevices);
+    UInt32 size = 0;
+    AudioObjectID ids[4];
+    Boolean settable;
+    EXPECT_FALSE(AudioObjectHasProperty(kAudioObjectSystemObject, &devices));
+    EXPECT_EQ(AudioObjectGetPropertyDataSize(kAudioObjectSystemObject, &devices, 0, nullptr, &size),
+              kAudioHardwareNotRunningError);
+    size = sizeof ids;
+    EXPECT_EQ(AudioObjectGetPropertyData(kAudioObjectSystemObject, &devices, 0, nullptr, &size, ids),
+              kAudioHardwareNotRunningError);
+    EXPECT_EQ(AudioObjectSetPropertyData(kAudioObjectSystemObject, &devices, 0, nullptr, sizeof ids, ids),
+              kAudioHardwareNotRunningError);
+    EXPECT_EQ(AudioObjectIsPropertySettable(kAudioObjectSystemObject, &devices, &settable),
+              kAudioHardwareNotRunningError);
+    EXPECT_EQ(AudioObjectAddPropertyListener(kAudioObjectSystemObject, &devices, &Calls::Listener, nullptr),
+              kAudioHardwareNotRunningError);
+    EXPECT_EQ(AudioHardwareGetPropertyInfo(kAudioHardwarePropertyDevices, &size, nullptr),
+              kAudioHardwareNotRunningError);
+}
+
+} // namespace
