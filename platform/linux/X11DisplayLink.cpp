@@ -32,10 +32,12 @@ void X11DisplayLink::Stop() {
 
 void X11DisplayLink::Run() {
     zThread::NameCurrent("display link");
-    const auto period = std::chrono::microseconds(fPeriodMicros);
-    auto next = std::chrono::steady_clock::now() + period;
+    // Paced on the zTime clock like every wait, so a test's clock moves it.
+    int64_t next = zTime::MicroNow() + fPeriodMicros;
     std::unique_lock lock(fMutex);
-    while (!fWake.wait_until(lock, next, [this] { return fStopping; })) {
+    for (;;) {
+        while (!fStopping && zTime::MicroNow() < next) zTime::WaitUntil(fWake, lock, next);
+        if (fStopping) return;
         if (!fServer->Current(fGeneration)) {
             fWake.wait(lock, [this] { return fStopping; });
             return;
@@ -43,8 +45,8 @@ void X11DisplayLink::Run() {
         lock.unlock();
         fCallback(zTime::MicroNow());
         lock.lock();
-        next += period;
-        if (const auto now = std::chrono::steady_clock::now(); now > next) next = now + period;
+        next += fPeriodMicros;
+        if (const int64_t now = zTime::MicroNow(); now > next) next = now + fPeriodMicros;
     }
 }
 

@@ -106,17 +106,19 @@ void X11DisplayStream::EndRun() {
 
 void X11DisplayStream::Run() {
     zThread::NameCurrent("display stream");
-    const auto period = std::chrono::microseconds(fPeriodMicros);
-    auto next = std::chrono::steady_clock::now();
+    // Paced on the zTime clock like every wait, so a test's clock moves it.
+    int64_t next = zTime::MicroNow();
     std::unique_lock lock(fMutex);
-    while (!fWake.wait_until(lock, next, [this] { return fStopping; })) {
+    for (;;) {
+        while (!fStopping && zTime::MicroNow() < next) zTime::WaitUntil(fWake, lock, next);
+        if (fStopping) return;
         lock.unlock();
         Tick(zTime::MicroNow());
         lock.lock();
         if (fEnded) return;
-        next += period;
+        next += fPeriodMicros;
         // After a long stall, go on from now rather than catching up.
-        if (const auto now = std::chrono::steady_clock::now(); now > next) next = now + period;
+        if (const int64_t now = zTime::MicroNow(); now > next) next = now + fPeriodMicros;
     }
 }
 
