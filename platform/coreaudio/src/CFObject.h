@@ -8,6 +8,8 @@
 
 #include "CoreFoundation/CoreFoundation.h"
 
+// This subset's own type ids; CoreFoundation assigns its ids at run time,
+// so nothing may depend on their values.
 enum : CFTypeID {
     kQcpCFStringTypeID = 7,
     kQcpCFBooleanTypeID = 21,
