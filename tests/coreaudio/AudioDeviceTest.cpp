@@ -20,7 +20,7 @@ protected:
     }
     void TearDown() override { qcp::coreaudio::Install(nullptr); }
 
-    AudioObjectID Plug(SimAudioDeviceSpec spec) { return fSim->AddDevice(std::move(spec)); }
+    AudioObjectID Plug(SimAudioDeviceSetup setup) { return fSim->AddDevice(std::move(setup)); }
 
     SimAudioSystem* fSim = nullptr;
 };
@@ -65,7 +65,7 @@ TEST_F(AudioDeviceRecord, FailedOrSkippedReadsKeepWhatTheFieldsHeld) {
 }
 
 TEST_F(AudioDeviceRecord, ChannelsOfEveryStreamOfTheDirection) {
-    SimAudioDeviceSpec interface;
+    SimAudioDeviceSetup interface;
     interface.uid = "usb.interface";
     interface.outputStreams = {2, 6};
     interface.inputStreams = {4};
@@ -86,7 +86,7 @@ TEST_F(AudioDeviceRecord, ChannelsOfEveryStreamOfTheDirection) {
 }
 
 TEST_F(AudioDeviceRecord, SetBufferSizeCachesWhatTheDeviceAccepted) {
-    SimAudioDeviceSpec blocks;
+    SimAudioDeviceSetup blocks;
     blocks.uid = "usb.blocks";
     blocks.outputStreams = {2};
     blocks.bufferFrameGranularity = 64;

@@ -92,7 +92,7 @@ TEST_F(AudioHelpers, FirstOutputDeviceIsNeverTheCaptureDevice) {
     // Input-only devices are passed over, and so are devices that fail.
     fSim->InjectFault(Speakers(), kAudioDevicePropertyStreams, kAudioHardwareBadDeviceError);
     EXPECT_EQ(vnAudioHelper_GetFirstOutputDevice(), kAudioObjectUnknown);
-    SimAudioDeviceSpec headphones;
+    SimAudioDeviceSetup headphones;
     headphones.uid = "usb.headphones";
     headphones.outputStreams = {2};
     const AudioObjectID added = fSim->AddDevice(headphones);
@@ -125,7 +125,7 @@ TEST_F(AudioHelpers, NameForDevice) {
     fSim->InjectFault(Speakers(), kAudioObjectPropertyName, kAudioHardwareBadObjectError, SimAudioCall::GetData);
     EXPECT_EQ(vnAudioHelper_GetNameForDevice(Speakers()), "");
     // A name the system cannot give as UTF-8.
-    SimAudioDeviceSpec garbled;
+    SimAudioDeviceSetup garbled;
     garbled.uid = "garbled";
     garbled.name = "\xff\xfe";
     garbled.outputStreams = {2};

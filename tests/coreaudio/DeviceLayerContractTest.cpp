@@ -28,11 +28,11 @@ public:
     }
     // Plugs in a stereo output device; its UID.
     std::string PlugOutput(const std::string& name) {
-        qcp::coreaudio::sim::SimAudioDeviceSpec spec;
-        spec.uid = "contract." + name;
-        spec.name = name;
-        spec.outputStreams = {2};
-        return fSystem->AddDevice(spec) ? spec.uid : "";
+        qcp::coreaudio::sim::SimAudioDeviceSetup setup;
+        setup.uid = "contract." + name;
+        setup.name = name;
+        setup.outputStreams = {2};
+        return fSystem->AddDevice(setup) ? setup.uid : "";
     }
     bool Unplug(const std::string& uid) { return fSystem->RemoveDevice(uid); }
     void InjectFault(AudioObjectID object, AudioObjectPropertySelector selector, OSStatus status) {

@@ -99,7 +99,7 @@ TEST_F(SimAudioWorld, TheCaptureDeviceBecomesADefaultOnlyOnceAllowed) {
 
 TEST_F(SimAudioWorld, UnpluggingTheDefaultOutputMovesItToTheNextOutput) {
     SimAudioSystem& sim = Start();
-    SimAudioDeviceSpec headphones;
+    SimAudioDeviceSetup headphones;
     headphones.uid = "usb.headphones";
     headphones.name = "USB Headphones";
     headphones.outputStreams = {2};

@@ -14,14 +14,14 @@ std::unique_ptr<SimAudioSystem> CreateDefaultSimAudioSystem() {
     else if (driver != "missing")
         system->InstallDriver();
 
-    SimAudioDeviceSpec speakers;
+    SimAudioDeviceSetup speakers;
     speakers.uid = kSimSpeakersUID;
     speakers.name = "Simulated Speakers";
     speakers.outputStreams = {2};
     speakers.outputSafetyOffset = 32;
     system->AddDevice(speakers);
 
-    SimAudioDeviceSpec microphone;
+    SimAudioDeviceSetup microphone;
     microphone.uid = kSimMicrophoneUID;
     microphone.name = "Simulated Microphone";
     microphone.inputStreams = {1};

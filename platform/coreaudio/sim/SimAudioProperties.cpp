@@ -142,7 +142,7 @@ Value DescribeDevice(const SimAudioDevice& device, const AudioObjectPropertyAddr
     if (address.mElement != kAudioObjectPropertyElementMain ||
         (scope != kAudioObjectPropertyScopeGlobal && !IsDirection(scope)))
         return Unknown();
-    const SimAudioDeviceSpec& state = device.state;
+    const SimAudioDeviceSetup& state = device.state;
     const bool input = scope == kAudioObjectPropertyScopeInput;
     const std::vector<UInt32>& channels = input ? state.inputStreams : state.outputStreams;
     const bool hasStreams = IsDirection(scope) && !channels.empty();
@@ -243,11 +243,11 @@ OSStatus CreateAggregate(SimAudioState& state, UInt32 qualifierSize, const void*
         CFRelease(name);
         return text;
     };
-    SimAudioDeviceSpec spec;
-    spec.uid = lookUp(kAudioAggregateDeviceUIDKey);
-    spec.name = lookUp(kAudioAggregateDeviceNameKey);
-    if (spec.uid.empty()) return kAudioHardwareIllegalOperationError;
-    const AudioObjectID id = state.Add(std::move(spec), true, changes);
+    SimAudioDeviceSetup setup;
+    setup.uid = lookUp(kAudioAggregateDeviceUIDKey);
+    setup.name = lookUp(kAudioAggregateDeviceNameKey);
+    if (setup.uid.empty()) return kAudioHardwareIllegalOperationError;
+    const AudioObjectID id = state.Add(std::move(setup), true, changes);
     if (id == kAudioObjectUnknown) return kAudioHardwareIllegalOperationError;
     std::memcpy(data, &id, sizeof id);
     return kAudioHardwareNoError;
@@ -280,7 +280,7 @@ CFTypeRef MakeObject(const Value& value) {
 
 OSStatus SetDevice(SimAudioState& state, SimAudioDevice& device, const AudioObjectPropertyAddress& address,
                    const void* data, SimAudioChanges& changes) {
-    SimAudioDeviceSpec& spec = device.state;
+    SimAudioDeviceSetup& setup = device.state;
     const auto changed = [&](auto& field, auto value) {
         if (field == value) return;
         field = value;
@@ -290,29 +290,29 @@ OSStatus SetDevice(SimAudioState& state, SimAudioDevice& device, const AudioObje
     case kAudioDevicePropertyNominalSampleRate: {
         Float64 rate;
         std::memcpy(&rate, data, sizeof rate);
-        if (std::find(spec.availableRates.begin(), spec.availableRates.end(), rate) == spec.availableRates.end())
+        if (std::find(setup.availableRates.begin(), setup.availableRates.end(), rate) == setup.availableRates.end())
             return kAudioHardwareIllegalOperationError;
-        changed(spec.nominalRate, rate);
+        changed(setup.nominalRate, rate);
         return kAudioHardwareNoError;
     }
     case kAudioDevicePropertyBufferFrameSize: {
         UInt32 frames;
         std::memcpy(&frames, data, sizeof frames);
-        frames = std::clamp(frames, spec.minBufferFrameSize, spec.maxBufferFrameSize);
-        const UInt32 granularity = std::max<UInt32>(spec.bufferFrameGranularity, 1);
-        changed(spec.bufferFrameSize, std::max(frames / granularity * granularity, granularity));
+        frames = std::clamp(frames, setup.minBufferFrameSize, setup.maxBufferFrameSize);
+        const UInt32 granularity = std::max<UInt32>(setup.bufferFrameGranularity, 1);
+        changed(setup.bufferFrameSize, std::max(frames / granularity * granularity, granularity));
         return kAudioHardwareNoError;
     }
     case kAudioDevicePropertyVolumeScalar: {
         Float32 volume;
         std::memcpy(&volume, data, sizeof volume);
-        changed(spec.volume, std::clamp(volume, 0.0f, 1.0f));
+        changed(setup.volume, std::clamp(volume, 0.0f, 1.0f));
         return kAudioHardwareNoError;
     }
     case kAudioDevicePropertyMute: {
         UInt32 mute;
         std::memcpy(&mute, data, sizeof mute);
-        changed(spec.mute, mute != 0);
+        changed(setup.mute, mute != 0);
         return kAudioHardwareNoError;
     }
     case kCaptureDriverPropertyVisible:
@@ -321,9 +321,9 @@ OSStatus SetDevice(SimAudioState& state, SimAudioDevice& device, const AudioObje
         std::memcpy(&flag, data, sizeof flag);
         if (!flag || CFGetTypeID(flag) != CFBooleanGetTypeID()) return kAudioHardwareIllegalOperationError;
         const bool visibility = address.mSelector == kCaptureDriverPropertyVisible;
-        const bool was = visibility ? spec.visible : spec.canBeDefault;
-        changed(visibility ? spec.visible : spec.canBeDefault, bool(CFBooleanGetValue(flag)));
-        if (visibility && was != spec.visible)
+        const bool was = visibility ? setup.visible : setup.canBeDefault;
+        changed(visibility ? setup.visible : setup.canBeDefault, bool(CFBooleanGetValue(flag)));
+        if (visibility && was != setup.visible)
             changes.push_back({kAudioObjectSystemObject,
                                {kAudioHardwarePropertyDevices, kAudioObjectPropertyScopeGlobal,
                                 kAudioObjectPropertyElementMain}});

@@ -51,13 +51,13 @@ bool SimAudioState::CanBeDefault(const SimAudioDevice& device, AudioObjectProper
            !(input ? device.state.inputStreams.empty() : device.state.outputStreams.empty());
 }
 
-AudioObjectID SimAudioState::Add(SimAudioDeviceSpec spec, bool aggregate, SimAudioChanges& changes) {
-    if (FindUID(spec.uid)) return kAudioObjectUnknown;
+AudioObjectID SimAudioState::Add(SimAudioDeviceSetup setup, bool aggregate, SimAudioChanges& changes) {
+    if (FindUID(setup.uid)) return kAudioObjectUnknown;
     SimAudioDevice device;
     device.id = fNextID++;
-    for (size_t i = 0; i < spec.inputStreams.size(); ++i) device.inputStreams.push_back(fNextID++);
-    for (size_t i = 0; i < spec.outputStreams.size(); ++i) device.outputStreams.push_back(fNextID++);
-    device.state = std::move(spec);
+    for (size_t i = 0; i < setup.inputStreams.size(); ++i) device.inputStreams.push_back(fNextID++);
+    for (size_t i = 0; i < setup.outputStreams.size(); ++i) device.outputStreams.push_back(fNextID++);
+    device.state = std::move(setup);
     device.aggregate = aggregate;
     fDevices.push_back(std::move(device));
     const SimAudioDevice& added = fDevices.back();

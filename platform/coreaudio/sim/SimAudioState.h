@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "CoreAudio/AudioHardware.h"
-#include "SimAudioDeviceSpec.h"
+#include "SimAudioDeviceSetup.h"
 
 namespace qcp::coreaudio::sim {
 
@@ -17,7 +17,7 @@ using SimAudioChanges = std::vector<SimAudioChange>;
 
 struct SimAudioDevice {
     AudioObjectID id = kAudioObjectUnknown;
-    SimAudioDeviceSpec state;
+    SimAudioDeviceSetup state;
     std::vector<AudioStreamID> inputStreams; // ids, one per state.inputStreams entry
     std::vector<AudioStreamID> outputStreams;
     bool aggregate = false;
@@ -47,7 +47,7 @@ public:
 
     // Plugs a device in; 0 when its UID is taken. An absent default becomes
     // the new device when it can be one.
-    AudioObjectID Add(SimAudioDeviceSpec spec, bool aggregate, SimAudioChanges& changes);
+    AudioObjectID Add(SimAudioDeviceSetup setup, bool aggregate, SimAudioChanges& changes);
     // Unplugs a device; a default it was moves to the first device that can
     // be that default.
     bool Remove(AudioObjectID id, SimAudioChanges& changes);

@@ -81,12 +81,12 @@ OSStatus SimAudioSystem::RemovePropertyListener(AudioObjectID object, const Audi
     return kAudioHardwareNoError;
 }
 
-AudioObjectID SimAudioSystem::AddDevice(SimAudioDeviceSpec spec) {
+AudioObjectID SimAudioSystem::AddDevice(SimAudioDeviceSetup setup) {
     SimAudioChanges changes;
     AudioObjectID id;
     {
         std::lock_guard lock(fMutex);
-        id = fState.Add(std::move(spec), false, changes);
+        id = fState.Add(std::move(setup), false, changes);
     }
     fListeners.Notify(changes);
     return id;
@@ -121,7 +121,7 @@ bool SimAudioSystem::SetDefault(AudioObjectPropertySelector selector, const std:
 }
 
 bool SimAudioSystem::InstallDriver(const std::string& version) {
-    SimAudioDeviceSpec playedInto;
+    SimAudioDeviceSetup playedInto;
     playedInto.uid = kCaptureDriverPlayedIntoUID;
     playedInto.name = "Ostrel Audio Capture";
     playedInto.outputStreams = {2};
@@ -129,7 +129,7 @@ bool SimAudioSystem::InstallDriver(const std::string& version) {
     playedInto.canBeDefault = false;
     playedInto.captureDriver = true;
     playedInto.driverVersion = version;
-    SimAudioDeviceSpec recordedFrom = playedInto;
+    SimAudioDeviceSetup recordedFrom = playedInto;
     recordedFrom.uid = kCaptureDriverRecordedFromUID;
     recordedFrom.name = "Ostrel Audio Capture Source";
     recordedFrom.outputStreams.clear();

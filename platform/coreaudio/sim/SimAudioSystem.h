@@ -47,7 +47,7 @@ public:
     // its id does not.
     // Plugs a device in at the end of the device list; its id, or 0 when the
     // UID is taken.
-    AudioObjectID AddDevice(SimAudioDeviceSpec spec);
+    AudioObjectID AddDevice(SimAudioDeviceSetup setup);
     // Unplugs a device; false when no device has the UID.
     bool RemoveDevice(const std::string& uid);
     // The device's current id; 0 when it is not plugged in.

@@ -8,7 +8,7 @@ namespace qcp::coreaudio::sim {
 
 // One simulated device as it is plugged in; the sim keeps it as the device's
 // current state, which property writes then change.
-struct SimAudioDeviceSpec {
+struct SimAudioDeviceSetup {
     std::string uid;
     std::string name;
     // One entry per stream: its channel count.
