@@ -10,7 +10,7 @@
 
 #include "AudioDeviceLayer.h"
 #include "CoreAudioTestSupport.h"
-#include "SimAudioSystem.h"
+#include "DeviceLayerHarness.h"
 #include "WaitFor.h"
 
 namespace {
@@ -18,31 +18,6 @@ namespace {
 using namespace coreaudio_test;
 using qcp::coreaudio::AudioDeviceLayer;
 using namespace std::chrono_literals;
-
-class SimHarness {
-public:
-    std::unique_ptr<AudioDeviceLayer> Create() {
-        auto system = std::make_unique<qcp::coreaudio::sim::SimAudioSystem>();
-        fSystem = system.get();
-        return system;
-    }
-    // Plugs in a stereo output device; its UID.
-    std::string PlugOutput(const std::string& name) {
-        qcp::coreaudio::sim::SimAudioDeviceSetup setup;
-        setup.uid = "contract." + name;
-        setup.name = name;
-        setup.outputStreams = {2};
-        return fSystem->AddDevice(setup) ? setup.uid : "";
-    }
-    bool Unplug(const std::string& uid) { return fSystem->RemoveDevice(uid); }
-    void InjectFault(AudioObjectID object, AudioObjectPropertySelector selector, OSStatus status) {
-        fSystem->InjectFault(object, selector, status);
-    }
-    void ClearFaults() { fSystem->ClearFaults(); }
-
-private:
-    qcp::coreaudio::sim::SimAudioSystem* fSystem = nullptr;
-};
 
 // Every listener call, with the thread it came on.
 struct Calls {

@@ -55,6 +55,13 @@ public:
                                          AudioObjectPropertyListenerProc proc, void* clientData) = 0;
     virtual OSStatus RemovePropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                             AudioObjectPropertyListenerProc proc, void* clientData) = 0;
+
+    // Starts calling `proc` with `clientData` (the pair names it; starting it
+    // twice has no further effect). kAudioHardwareBadDeviceError for an id
+    // that names no device.
+    virtual OSStatus StartDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) = 0;
+    // Stops it; kAudioHardwareNoError too when it was not started or the device has gone.
+    virtual OSStatus StopDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) = 0;
 };
 
 // The installed layer, or null before one is installed. Any thread.

@@ -27,6 +27,10 @@ std::unique_ptr<SimAudioSystem> CreateDefaultSimAudioSystem() {
     microphone.inputStreams = {1};
     microphone.inputSafetyOffset = 16;
     system->AddDevice(microphone);
+
+    SimAudioApplicationSetup tone;
+    tone.name = "Simulated Tone";
+    system->AddApplication(tone);
     return system;
 }
 

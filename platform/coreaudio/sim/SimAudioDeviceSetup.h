@@ -22,6 +22,9 @@ struct SimAudioDeviceSetup {
     UInt32 minBufferFrameSize = 32;
     UInt32 maxBufferFrameSize = 4096;
     UInt32 bufferFrameGranularity = 1;
+    // How fast the device's clock runs against the zTime clock: 1.005 plays
+    // 0.5 % more frames in the same time.
+    Float64 clockRate = 1;
     UInt32 inputSafetyOffset = 0;
     UInt32 outputSafetyOffset = 0;
     Float32 volume = 1;

@@ -45,7 +45,7 @@ OSStatus SimAudioSystem::GetPropertyData(AudioObjectID object, const AudioObject
         if (status == kAudioHardwareNoError)
             status = sim::GetPropertyData(fState, object, address, qualifierSize, qualifier, size, data, changes);
     }
-    fListeners.Notify(changes);
+    Publish(changes);
     return status;
 }
 
@@ -58,7 +58,7 @@ OSStatus SimAudioSystem::SetPropertyData(AudioObjectID object, const AudioObject
         status = Enter(object, address, SimAudioCall::SetData);
         if (status == kAudioHardwareNoError) status = sim::SetPropertyData(fState, object, address, size, data, changes);
     }
-    fListeners.Notify(changes);
+    Publish(changes);
     return status;
 }
 
@@ -88,7 +88,7 @@ AudioObjectID SimAudioSystem::AddDevice(SimAudioDeviceSetup setup) {
         std::lock_guard lock(fMutex);
         id = fState.Add(std::move(setup), false, changes);
     }
-    fListeners.Notify(changes);
+    Publish(changes);
     return id;
 }
 
@@ -99,7 +99,7 @@ bool SimAudioSystem::RemoveDevice(const std::string& uid) {
         std::lock_guard lock(fMutex);
         if (const SimAudioDevice* device = fState.FindUID(uid)) removed = fState.Remove(device->id, changes);
     }
-    fListeners.Notify(changes);
+    Publish(changes);
     return removed;
 }
 
@@ -116,7 +116,7 @@ bool SimAudioSystem::SetDefault(AudioObjectPropertySelector selector, const std:
         std::lock_guard lock(fMutex);
         if (const SimAudioDevice* device = fState.FindUID(uid)) set = fState.SetDefault(selector, device->id, changes);
     }
-    fListeners.Notify(changes);
+    Publish(changes);
     return set;
 }
 
@@ -145,7 +145,7 @@ bool SimAudioSystem::InstallDriver(const std::string& version) {
             installed = true;
         }
     }
-    fListeners.Notify(changes);
+    Publish(changes);
     return installed;
 }
 
@@ -158,7 +158,7 @@ bool SimAudioSystem::RemoveDriver() {
             if (const SimAudioDevice* device = fState.FindUID(uid)) removed |= fState.Remove(device->id, changes);
         }
     }
-    fListeners.Notify(changes);
+    Publish(changes);
     return removed;
 }
 
@@ -171,6 +171,154 @@ void SimAudioSystem::InjectFault(AudioObjectID object, AudioObjectPropertySelect
 void SimAudioSystem::ClearFaults() {
     std::lock_guard lock(fMutex);
     fFaults.clear();
+}
+
+} // namespace qcp::coreaudio::sim
+
+namespace qcp::coreaudio::sim {
+namespace {
+// Two seconds at the highest rate the sim offers.
+constexpr UInt32 kRecordingFrames = 2 * 96000;
+constexpr UInt32 kLoopbackFrames = 65536;
+constexpr UInt32 kLoopbackChannels = 2;
+} // namespace
+
+OSStatus SimAudioSystem::IOFault(AudioObjectID object, SimAudioCall call) const {
+    for (const Fault& fault : fFaults) {
+        if ((fault.object == object || fault.object == kAudioObjectUnknown) &&
+            fault.selector == kAudioObjectPropertySelectorWildcard &&
+            (fault.call == call || fault.call == SimAudioCall::Any))
+            return fault.status;
+    }
+    return kAudioHardwareNoError;
+}
+
+std::shared_ptr<SimAudioDeviceIO> SimAudioSystem::IO(AudioObjectID device, const SimAudioDeviceSetup* setup) {
+    std::lock_guard lock(fIOMutex);
+    if (auto found = fIO.find(device); found != fIO.end()) return found->second;
+    if (!setup) return nullptr;
+    SimAudioRouting routing;
+    const bool playedInto = setup->uid == kCaptureDriverPlayedIntoUID;
+    const bool recordedFrom = setup->uid == kCaptureDriverRecordedFromUID;
+    if ((playedInto || recordedFrom) && !fLoopback)
+        fLoopback = std::make_shared<SimAudioRing>(kLoopbackChannels, kLoopbackFrames);
+    if (recordedFrom) routing.input = fLoopback;
+    if (playedInto) {
+        routing.output = fLoopback;
+    } else if (!setup->outputStreams.empty()) {
+        auto& recording = fRecordings[setup->uid];
+        UInt32 channels = 0;
+        for (const UInt32 count : setup->outputStreams) channels += count;
+        if (!recording) recording = std::make_shared<SimAudioRing>(channels, kRecordingFrames);
+        routing.output = recording;
+    }
+    auto io = std::make_shared<SimAudioDeviceIO>(device, *setup, std::move(routing));
+    fIO.emplace(device, io);
+    return io;
+}
+
+OSStatus SimAudioSystem::StartDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) {
+    SimAudioDeviceSetup setup;
+    {
+        std::lock_guard lock(fMutex);
+        if (const OSStatus fault = IOFault(device, SimAudioCall::StartIO)) return fault;
+        const SimAudioDevice* found = fState.Find(device);
+        if (!found) return kAudioHardwareBadDeviceError;
+        setup = found->state;
+    }
+    // Outside the state's lock: a cycle in progress holds the device's.
+    IO(device, &setup)->Start(proc, clientData);
+    return kAudioHardwareNoError;
+}
+
+OSStatus SimAudioSystem::StopDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) {
+    {
+        std::lock_guard lock(fMutex);
+        if (const OSStatus fault = IOFault(device, SimAudioCall::StopIO)) return fault;
+    }
+    if (auto io = IO(device, nullptr)) io->Stop(proc, clientData);
+    return kAudioHardwareNoError;
+}
+
+void SimAudioSystem::Publish(const SimAudioChanges& changes) {
+    fListeners.Notify(changes);
+    bool route = false;
+    for (const SimAudioChange& change : changes) {
+        const AudioObjectPropertySelector selector = change.address.mSelector;
+        if (selector == kAudioDevicePropertyDeviceIsAlive) {
+            std::shared_ptr<SimAudioDeviceIO> gone;
+            std::lock_guard lock(fIOMutex);
+            if (auto found = fIO.find(change.object); found != fIO.end()) {
+                gone = std::move(found->second);
+                fIO.erase(found);
+            }
+        } else if (selector == kAudioDevicePropertyNominalSampleRate ||
+                   selector == kAudioDevicePropertyBufferFrameSize) {
+            Float64 rate = 0;
+            UInt32 frames = 0;
+            {
+                std::lock_guard lock(fMutex);
+                const SimAudioDevice* device = fState.Find(change.object);
+                if (!device) continue;
+                rate = device->state.nominalRate;
+                frames = device->state.bufferFrameSize;
+            }
+            if (auto io = IO(change.object, nullptr)) io->Configure(rate, frames);
+            route = true;
+        }
+        route |= change.object == kAudioObjectSystemObject && selector == kAudioHardwarePropertyDefaultOutputDevice;
+    }
+    if (route) RouteApplications();
+}
+
+void SimAudioSystem::RouteApplications() {
+    AudioObjectID target;
+    Float64 rate = 0;
+    {
+        std::lock_guard lock(fMutex);
+        target = fState.DefaultOutput();
+        if (const SimAudioDevice* device = fState.Find(target)) rate = device->state.nominalRate;
+    }
+    std::lock_guard lock(fAppsMutex);
+    for (const auto& app : fApps) {
+        const AudioObjectID current = app->Device();
+        if (current == target) {
+            app->SetDevice(target, rate);
+            continue;
+        }
+        if (current != kAudioObjectUnknown) StopDeviceIO(current, &SimAudioApplication::IOProc, app.get());
+        app->SetDevice(target, rate);
+        if (target != kAudioObjectUnknown) StartDeviceIO(target, &SimAudioApplication::IOProc, app.get());
+    }
+}
+
+void SimAudioSystem::AddApplication(SimAudioApplicationSetup setup) {
+    {
+        std::lock_guard lock(fAppsMutex);
+        fApps.push_back(std::make_unique<SimAudioApplication>(std::move(setup)));
+    }
+    RouteApplications();
+}
+
+std::vector<Float32> SimAudioSystem::Recording(const std::string& uid, UInt32 frames) const {
+    std::shared_ptr<SimAudioRing> recording;
+    {
+        std::lock_guard lock(fIOMutex);
+        if (auto found = fRecordings.find(uid); found != fRecordings.end()) recording = found->second;
+    }
+    return recording ? recording->Latest(frames) : std::vector<Float32>{};
+}
+
+uint64_t SimAudioSystem::IOCycles(const std::string& uid) const {
+    std::shared_ptr<SimAudioDeviceIO> io;
+    {
+        std::lock_guard lock(fMutex);
+        const SimAudioDevice* device = fState.FindUID(uid);
+        if (!device) return 0;
+        std::lock_guard ioLock(fIOMutex);
+        if (auto found = fIO.find(device->id); found != fIO.end()) io = found->second;
+    }
+    return io ? io->Cycles() : 0;
 }
 
 } // namespace qcp::coreaudio::sim

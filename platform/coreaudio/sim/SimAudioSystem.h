@@ -1,19 +1,23 @@
 #pragma once
 #include <atomic>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "AudioDeviceLayer.h"
+#include "SimAudioApplication.h"
+#include "SimAudioDeviceIO.h"
 #include "SimAudioListeners.h"
 #include "SimAudioState.h"
 
 namespace qcp::coreaudio::sim {
 
-// Which property calls a fault applies to.
-enum class SimAudioCall { Any, HasProperty, IsSettable, GetSize, GetData, SetData };
+// Which calls a fault applies to: property calls, or starting and stopping
+// device I/O.
+enum class SimAudioCall { Any, HasProperty, IsSettable, GetSize, GetData, SetData, StartIO, StopIO };
 
 // The simulated sound system: the "sim" device layer, and the world behind it
 // that tests and demonstrations change while it runs (devices plugged in and
@@ -42,6 +46,8 @@ public:
                                  AudioObjectPropertyListenerProc proc, void* clientData) override;
     OSStatus RemovePropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                     AudioObjectPropertyListenerProc proc, void* clientData) override;
+    OSStatus StartDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) override;
+    OSStatus StopDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) override;
 
     // The world. A device is named by its UID, which survives unplugging;
     // its id does not.
@@ -62,10 +68,21 @@ public:
     // Unplugs both driver devices; false when not installed.
     bool RemoveDriver();
 
-    // Every property call of kind `call` (not listener calls) on `object`
-    // (any object for kAudioObjectUnknown) for `selector` (any selector for
-    // kAudioObjectPropertySelectorWildcard) fails with `status`, HasProperty
-    // answering false; until cleared.
+    // An application that plays its signal into the default output from now
+    // on, following it as it changes.
+    void AddApplication(SimAudioApplicationSetup setup);
+    // The newest `frames` frames (interleaved) a real output device was given
+    // by everything playing into it, kept across unplugging; at most two
+    // seconds.
+    std::vector<Float32> Recording(const std::string& uid, UInt32 frames) const;
+    // I/O cycles a plugged-in device has run.
+    uint64_t IOCycles(const std::string& uid) const;
+
+    // Every call of kind `call` (not listener calls) on `object` (any object
+    // for kAudioObjectUnknown) for `selector` (any selector for
+    // kAudioObjectPropertySelectorWildcard; I/O calls have no selector, so
+    // only that) fails with `status`, HasProperty answering false; until
+    // cleared.
     void InjectFault(AudioObjectID object, AudioObjectPropertySelector selector, OSStatus status,
                      SimAudioCall call = SimAudioCall::Any);
     void ClearFaults();
@@ -81,11 +98,29 @@ private:
     };
     // Counts the call and answers an injected fault, or noErr. Lock held.
     OSStatus Enter(AudioObjectID object, const AudioObjectPropertyAddress& address, SimAudioCall call);
+    // An injected fault for an I/O call, or noErr. Lock held.
+    OSStatus IOFault(AudioObjectID object, SimAudioCall call) const;
+    // Tells the listeners, and brings the devices' I/O and the applications
+    // up to date with the changes. No lock held.
+    void Publish(const SimAudioChanges& changes);
+    // A device's I/O, made when it first runs; null when it has none.
+    std::shared_ptr<SimAudioDeviceIO> IO(AudioObjectID device, const SimAudioDeviceSetup* setup);
+    // Moves the applications to the default output.
+    void RouteApplications();
 
     mutable std::mutex fMutex;
     SimAudioState fState;
     std::vector<Fault> fFaults;
     std::atomic<uint64_t> fPropertyCalls{0};
+
+    // Apart from fMutex: I/O threads reach them without the state's lock.
+    mutable std::mutex fAppsMutex;
+    std::vector<std::unique_ptr<SimAudioApplication>> fApps;
+    mutable std::mutex fIOMutex;
+    std::shared_ptr<SimAudioRing> fLoopback;
+    std::map<std::string, std::shared_ptr<SimAudioRing>> fRecordings; // by UID
+    // After the applications and rings: its threads run their procs.
+    std::map<AudioObjectID, std::shared_ptr<SimAudioDeviceIO>> fIO;
     // Last: its thread is stopped before the state it may read goes away.
     SimAudioListeners fListeners;
 };
@@ -93,7 +128,9 @@ private:
 // The default world: the capture driver installed at its current version
 // ("missing" or "outdated" in QCP_SIM_AUDIO_DRIVER change that; any other
 // value is taken as "installed"), then "Simulated Speakers", the default and
-// system-sounds output, and "Simulated Microphone", the default input.
+// system-sounds output, and "Simulated Microphone", the default input; and
+// an application playing a 440 Hz sine peaking at -12 dBFS into the default
+// output.
 std::unique_ptr<SimAudioSystem> CreateDefaultSimAudioSystem();
 
 // The default world's devices' UIDs.

@@ -61,6 +61,14 @@ enum : AudioObjectPropertySelector {
 typedef OSStatus (*AudioObjectPropertyListenerProc)(AudioObjectID inObjectID, UInt32 inNumberAddresses,
                                                     const AudioObjectPropertyAddress* inAddresses, void* inClientData);
 
+// Called once per I/O cycle of a running device with the input it recorded
+// and the output it is about to play (either may be empty), each with its
+// time; its status is ignored.
+typedef OSStatus (*AudioDeviceIOProc)(AudioObjectID inDevice, const AudioTimeStamp* inNow,
+                                      const AudioBufferList* inInputData, const AudioTimeStamp* inInputTime,
+                                      AudioBufferList* outOutputData, const AudioTimeStamp* inOutputTime,
+                                      void* inClientData);
+
 extern "C" {
 Boolean AudioObjectHasProperty(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress);
 OSStatus AudioObjectIsPropertySettable(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,

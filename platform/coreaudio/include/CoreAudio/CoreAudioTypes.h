@@ -53,6 +53,7 @@ constexpr UInt32 FourCC(const char (&code)[5]) {
 } // namespace qcp::coreaudio
 
 enum : OSStatus {
+    noErr = 0,
     kAudio_UnimplementedError = -4,
     kAudio_FileNotFoundError = -43,
     kAudio_FilePermissionError = -54,
@@ -121,4 +122,41 @@ struct AudioValueTranslation {
     UInt32 mOutputDataSize;
 };
 
+// A SMPTE time, carried in every AudioTimeStamp.
+struct SMPTETime {
+    SInt16 mSubframes;
+    SInt16 mSubframeDivisor;
+    UInt32 mCounter;
+    UInt32 mType;
+    UInt32 mFlags;
+    SInt16 mHours;
+    SInt16 mMinutes;
+    SInt16 mSeconds;
+    SInt16 mFrames;
+};
+
+// When something happens on a device's time line, in the units whose flag
+// says they are valid.
+struct AudioTimeStamp {
+    Float64 mSampleTime;
+    UInt64 mHostTime;
+    Float64 mRateScalar;
+    UInt64 mWordClockTime;
+    SMPTETime mSMPTETime;
+    UInt32 mFlags;
+    UInt32 mReserved;
+};
+
+enum : UInt32 {
+    kAudioTimeStampNothingValid = 0,
+    kAudioTimeStampSampleTimeValid = (1U << 0),
+    kAudioTimeStampHostTimeValid = (1U << 1),
+    kAudioTimeStampRateScalarValid = (1U << 2),
+    kAudioTimeStampWordClockTimeValid = (1U << 3),
+    kAudioTimeStampSMPTETimeValid = (1U << 4),
+    kAudioTimeStampSampleHostTimeValid = kAudioTimeStampSampleTimeValid | kAudioTimeStampHostTimeValid,
+};
+
+static_assert(sizeof(SMPTETime) == 24, "SMPTETime is 24 bytes");
+static_assert(sizeof(AudioTimeStamp) == 64, "AudioTimeStamp is 64 bytes");
 static_assert(sizeof(AudioStreamBasicDescription) == 40, "AudioStreamBasicDescription is 40 bytes");

@@ -1,0 +1,3 @@
+#pragma once
+// The AudioToolbox subset the capture chain uses.
+#include "AudioUnit.h"

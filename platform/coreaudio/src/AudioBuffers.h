@@ -1,0 +1,48 @@
+#pragma once
+#include <cstddef>
+#include <vector>
+
+#include "CoreAudio/CoreAudioTypes.h"
+
+// Float32 audio in buffer lists, interleaved or not: channel n is the n-th
+// channel counting through the buffers in order.
+namespace qcp::coreaudio {
+
+// One channel's samples, `stride` floats apart; `frames` of them fit.
+struct ChannelSamples {
+    Float32* data = nullptr;
+    UInt32 stride = 0;
+    UInt32 frames = 0;
+};
+
+// Channel `channel` of `list`; null data when it has no such channel.
+ChannelSamples Channel(const AudioBufferList& list, UInt32 channel);
+// Copies `frames` frames channel by channel, filling channels `from` lacks
+// with silence. Allocates nothing.
+void CopyChannels(const AudioBufferList& from, AudioBufferList& to, UInt32 frames);
+void Silence(AudioBufferList& list, UInt32 frames);
+
+// The buffers' channel counts for `channels` channels interleaved in one
+// buffer or one buffer each.
+std::vector<UInt32> BufferLayout(UInt32 channels, bool interleaved);
+
+// A buffer list with its own storage: one interleaved float32 buffer per
+// entry of `layout` with that many channels, room for `capacity` frames.
+class OwnedBufferList {
+public:
+    void Allocate(std::vector<UInt32> layout, UInt32 capacity);
+    // The list, its sizes set for `frames` (at most the capacity) and its
+    // data pointing at the storage again.
+    AudioBufferList& Prepare(UInt32 frames);
+    UInt32 Capacity() const { return fCapacity; }
+
+private:
+    AudioBufferList& List() { return *reinterpret_cast<AudioBufferList*>(fList.data()); }
+
+    std::vector<Float32> fSamples;
+    std::vector<std::byte> fList;
+    std::vector<UInt32> fLayout;
+    UInt32 fCapacity = 0;
+};
+
+} // namespace qcp::coreaudio

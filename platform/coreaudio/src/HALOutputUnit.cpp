@@ -1,0 +1,335 @@
+#include "HALOutputUnit.h"
+
+#include <cstring>
+#include <vector>
+
+#include "AudioDeviceLayer.h"
+
+namespace qcp::coreaudio {
+namespace {
+
+constexpr AudioUnitElement kOutputElement = 0;
+constexpr AudioUnitElement kInputElement = 1;
+constexpr UInt32 kFloatBytes = sizeof(Float32);
+
+AudioStreamBasicDescription FloatFormat(Float64 rate, UInt32 channels, bool interleaved) {
+    AudioStreamBasicDescription format{};
+    format.mSampleRate = rate;
+    format.mFormatID = kAudioFormatLinearPCM;
+    format.mFormatFlags = kAudioFormatFlagsNativeFloatPacked;
+    if (!interleaved) format.mFormatFlags |= kAudioFormatFlagIsNonInterleaved;
+    format.mFramesPerPacket = 1;
+    format.mChannelsPerFrame = channels;
+    format.mBitsPerChannel = 32;
+    format.mBytesPerFrame = interleaved ? channels * kFloatBytes : kFloatBytes;
+    format.mBytesPerPacket = format.mBytesPerFrame;
+    return format;
+}
+
+bool Interleaved(const AudioStreamBasicDescription& format) {
+    return !(format.mFormatFlags & kAudioFormatFlagIsNonInterleaved);
+}
+
+bool Supported(const AudioStreamBasicDescription& format) {
+    return format.mFormatID == kAudioFormatLinearPCM && (format.mFormatFlags & kAudioFormatFlagIsFloat) &&
+           !(format.mFormatFlags & kAudioFormatFlagIsBigEndian) && format.mBitsPerChannel == 32 &&
+           format.mChannelsPerFrame > 0 && format.mSampleRate > 0 && format.mFramesPerPacket == 1;
+}
+
+// The channels of a device's streams in `scope`.
+OSStatus DeviceChannels(AudioObjectID device, AudioObjectPropertyScope scope, UInt32& channels) {
+    const AudioObjectPropertyAddress address{kAudioDevicePropertyStreamConfiguration, scope,
+                                             kAudioObjectPropertyElementMain};
+    UInt32 size = 0;
+    if (const OSStatus status = AudioObjectGetPropertyDataSize(device, &address, 0, nullptr, &size)) return status;
+    std::vector<std::byte> storage(std::max<size_t>(size, sizeof(AudioBufferList)));
+    if (const OSStatus status = AudioObjectGetPropertyData(device, &address, 0, nullptr, &size, storage.data()))
+        return status;
+    const auto* list = reinterpret_cast<const AudioBufferList*>(storage.data());
+    channels = 0;
+    for (UInt32 i = 0; i < list->mNumberBuffers; ++i) channels += list->mBuffers[i].mNumberChannels;
+    return noErr;
+}
+
+template <class T>
+OSStatus ReadDevice(AudioObjectID object, AudioObjectPropertySelector selector, T& value) {
+    const AudioObjectPropertyAddress address{selector, kAudioObjectPropertyScopeGlobal,
+                                             kAudioObjectPropertyElementMain};
+    UInt32 size = sizeof value;
+    return AudioObjectGetPropertyData(object, &address, 0, nullptr, &size, &value);
+}
+
+} // namespace
+
+HALOutputUnit::HALOutputUnit(bool defaultOutput)
+    : fDefaultOutput(defaultOutput), fOutputClient(FloatFormat(44100, 2, false)),
+      fInputClient(FloatFormat(44100, 2, false)) {}
+
+HALOutputUnit::~HALOutputUnit() { Stop(); }
+
+OSStatus HALOutputUnit::Initialize() {
+    std::lock_guard lock(fMutex);
+    if (fInitialized) return noErr;
+    AudioObjectID device = fDevice;
+    if (fDefaultOutput) {
+        if (const OSStatus status = ReadDevice(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice,
+                                               device))
+            return status;
+    }
+    if (device == kAudioObjectUnknown) return kAudioUnitErr_NoConnection;
+    Float64 rate = 0;
+    if (const OSStatus status = ReadDevice(device, kAudioDevicePropertyNominalSampleRate, rate)) return status;
+    UInt32 inputs = 0, outputs = 0;
+    if (fInputEnabled) {
+        if (const OSStatus status = DeviceChannels(device, kAudioObjectPropertyScopeInput, inputs)) return status;
+        if (inputs == 0) return kAudioUnitErr_NoConnection;
+    }
+    if (fOutputEnabled) {
+        if (const OSStatus status = DeviceChannels(device, kAudioObjectPropertyScopeOutput, outputs)) return status;
+        if (outputs == 0) return kAudioUnitErr_NoConnection;
+    }
+    // A format the client never chose follows the device.
+    if (!fOutputClientSet) fOutputClient = FloatFormat(rate, outputs ? outputs : 2, false);
+    if (!fInputClientSet) fInputClient = FloatFormat(rate, inputs ? inputs : 2, false);
+    if ((fOutputEnabled && fOutputClient.mSampleRate != rate) || (fInputEnabled && fInputClient.mSampleRate != rate))
+        return kAudioUnitErr_FormatNotSupported;
+
+    fActiveDevice = device;
+    fDeviceRate = rate;
+    fDeviceInputChannels = inputs;
+    fDeviceOutputChannels = outputs;
+    fRenderBuffers.Allocate(BufferLayout(fOutputClient.mChannelsPerFrame, Interleaved(fOutputClient)), fMaxFrames);
+    fInputBuffers.Allocate(BufferLayout(fInputClient.mChannelsPerFrame, Interleaved(fInputClient)), fMaxFrames);
+    fInitialized = true;
+    return noErr;
+}
+
+OSStatus HALOutputUnit::Uninitialize() {
+    Stop();
+    std::lock_guard lock(fMutex);
+    fInitialized = false;
+    return noErr;
+}
+
+OSStatus HALOutputUnit::Start() {
+    AudioObjectID device;
+    {
+        std::lock_guard lock(fMutex);
+        if (!fInitialized) return kAudioUnitErr_Uninitialized;
+        if (fRunning) return noErr;
+        device = fActiveDevice;
+    }
+    AudioDeviceLayer* layer = Current();
+    if (!layer) return kAudioHardwareNotRunningError;
+    const OSStatus status = layer->StartDeviceIO(device, &IOProc, this);
+    if (status == noErr) fRunning = true;
+    return status;
+}
+
+OSStatus HALOutputUnit::Stop() {
+    AudioObjectID device;
+    {
+        std::lock_guard lock(fMutex);
+        if (!fRunning.exchange(false)) return noErr;
+        device = fActiveDevice;
+    }
+    // Outside the lock: the layer waits for a cycle in progress, which may
+    // be reading this unit's settings.
+    AudioDeviceLayer* layer = Current();
+    return layer ? layer->StopDeviceIO(device, &IOProc, this) : noErr;
+}
+
+AudioStreamBasicDescription* HALOutputUnit::ClientFormat(AudioUnitScope scope, AudioUnitElement element) {
+    if (scope == kAudioUnitScope_Input && element == kOutputElement) return &fOutputClient;
+    if (scope == kAudioUnitScope_Output && element == kInputElement) return &fInputClient;
+    return nullptr;
+}
+
+AudioStreamBasicDescription HALOutputUnit::DeviceFormat(AudioUnitScope scope) const {
+    const UInt32 channels = scope == kAudioUnitScope_Input ? fDeviceInputChannels : fDeviceOutputChannels;
+    return FloatFormat(fDeviceRate, channels, true);
+}
+
+OSStatus HALOutputUnit::Locate(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                               UInt32& size, bool& writable) const {
+    const bool global = scope == kAudioUnitScope_Global;
+    switch (id) {
+    case kAudioOutputUnitProperty_CurrentDevice:
+    case kAudioOutputUnitProperty_IsRunning:
+    case kAudioUnitProperty_MaximumFramesPerSlice:
+    case kAudioOutputUnitProperty_SetInputCallback:
+        if (!global) return kAudioUnitErr_InvalidScope;
+        size = id == kAudioOutputUnitProperty_SetInputCallback ? sizeof(AURenderCallbackStruct) : sizeof(UInt32);
+        writable = id != kAudioOutputUnitProperty_IsRunning &&
+                   !(fDefaultOutput && (id == kAudioOutputUnitProperty_CurrentDevice ||
+                                        id == kAudioOutputUnitProperty_SetInputCallback));
+        return noErr;
+    case kAudioOutputUnitProperty_EnableIO:
+        if (scope != kAudioUnitScope_Input && scope != kAudioUnitScope_Output) return kAudioUnitErr_InvalidScope;
+        if (element != (scope == kAudioUnitScope_Input ? kInputElement : kOutputElement))
+            return kAudioUnitErr_InvalidElement;
+        size = sizeof(UInt32);
+        writable = !fDefaultOutput;
+        return noErr;
+    case kAudioUnitProperty_ShouldAllocateBuffer:
+        if (scope != kAudioUnitScope_Output) return kAudioUnitErr_InvalidScope;
+        if (element != kInputElement) return kAudioUnitErr_InvalidElement;
+        size = sizeof(UInt32);
+        writable = true;
+        return noErr;
+    case kAudioUnitProperty_StreamFormat:
+        if (scope != kAudioUnitScope_Input && scope != kAudioUnitScope_Output) return kAudioUnitErr_InvalidScope;
+        if (element != kOutputElement && element != kInputElement) return kAudioUnitErr_InvalidElement;
+        size = sizeof(AudioStreamBasicDescription);
+        writable = const_cast<HALOutputUnit*>(this)->ClientFormat(scope, element) != nullptr;
+        return noErr;
+    case kAudioUnitProperty_SetRenderCallback:
+        if (scope != kAudioUnitScope_Input) return kAudioUnitErr_InvalidScope;
+        if (element != kOutputElement) return kAudioUnitErr_InvalidElement;
+        size = sizeof(AURenderCallbackStruct);
+        writable = true;
+        return noErr;
+    default:
+        return kAudioUnitErr_InvalidProperty;
+    }
+}
+
+OSStatus HALOutputUnit::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                                        UInt32& size, bool& writable) {
+    std::lock_guard lock(fMutex);
+    return Locate(id, scope, element, size, writable);
+}
+
+OSStatus HALOutputUnit::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                                    void* data, UInt32& size) {
+    std::lock_guard lock(fMutex);
+    UInt32 needed = 0;
+    bool writable = false;
+    if (const OSStatus status = Locate(id, scope, element, needed, writable)) return status;
+    if (size < needed) return kAudioUnitErr_InvalidPropertyValue;
+    const auto put = [&](const auto& value) {
+        std::memcpy(data, &value, sizeof value);
+        size = sizeof value;
+        return noErr;
+    };
+    switch (id) {
+    case kAudioOutputUnitProperty_CurrentDevice:
+        return put(fInitialized ? fActiveDevice : fDevice);
+    case kAudioOutputUnitProperty_IsRunning:
+        return put(UInt32{fRunning});
+    case kAudioUnitProperty_MaximumFramesPerSlice:
+        return put(fMaxFrames);
+    case kAudioOutputUnitProperty_EnableIO:
+        return put(UInt32{scope == kAudioUnitScope_Input ? fInputEnabled : fOutputEnabled});
+    case kAudioUnitProperty_ShouldAllocateBuffer:
+        return put(UInt32{fAllocateInput});
+    case kAudioUnitProperty_StreamFormat:
+        if (const auto* client = ClientFormat(scope, element)) return put(*client);
+        return put(DeviceFormat(scope));
+    case kAudioOutputUnitProperty_SetInputCallback:
+        return put(fInputCallback);
+    default: // the render callback can only be set
+        return kAudioUnitErr_InvalidProperty;
+    }
+}
+
+OSStatus HALOutputUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                                    const void* data, UInt32 size) {
+    std::lock_guard lock(fMutex);
+    UInt32 needed = 0;
+    bool writable = false;
+    if (const OSStatus status = Locate(id, scope, element, needed, writable)) return status;
+    if (!writable) return kAudioUnitErr_PropertyNotWritable;
+    if (size != needed) return kAudioUnitErr_InvalidPropertyValue;
+    // The I/O thread reads the settings without a lock.
+    if (fRunning) return kAudioUnitErr_CannotDoInCurrentContext;
+    const bool callback = id == kAudioUnitProperty_SetRenderCallback || id == kAudioOutputUnitProperty_SetInputCallback;
+    if (fInitialized && !callback) return kAudioUnitErr_Initialized;
+    UInt32 flag = 0;
+    std::memcpy(&flag, data, std::min<UInt32>(size, sizeof flag));
+    switch (id) {
+    case kAudioOutputUnitProperty_CurrentDevice:
+        std::memcpy(&fDevice, data, sizeof fDevice);
+        return noErr;
+    case kAudioUnitProperty_MaximumFramesPerSlice:
+        if (flag == 0) return kAudioUnitErr_InvalidPropertyValue;
+        fMaxFrames = flag;
+        return noErr;
+    case kAudioOutputUnitProperty_EnableIO:
+        (scope == kAudioUnitScope_Input ? fInputEnabled : fOutputEnabled) = flag != 0;
+        return noErr;
+    case kAudioUnitProperty_ShouldAllocateBuffer:
+        fAllocateInput = flag != 0;
+        return noErr;
+    case kAudioUnitProperty_StreamFormat: {
+        AudioStreamBasicDescription format;
+        std::memcpy(&format, data, sizeof format);
+        if (!Supported(format)) return kAudioUnitErr_FormatNotSupported;
+        const bool interleaved = Interleaved(format);
+        *ClientFormat(scope, element) =
+            FloatFormat(format.mSampleRate, format.mChannelsPerFrame, interleaved);
+        (element == kOutputElement ? fOutputClientSet : fInputClientSet) = true;
+        return noErr;
+    }
+    case kAudioUnitProperty_SetRenderCallback:
+        std::memcpy(&fRenderCallback, data, sizeof fRenderCallback);
+        return noErr;
+    case kAudioOutputUnitProperty_SetInputCallback:
+        std::memcpy(&fInputCallback, data, sizeof fInputCallback);
+        return noErr;
+    default:
+        return kAudioUnitErr_InvalidProperty;
+    }
+}
+
+OSStatus HALOutputUnit::Render(AudioUnitRenderActionFlags*, const AudioTimeStamp&, UInt32 bus, UInt32 frames,
+                               AudioBufferList& data) {
+    if (bus != kInputElement) return kAudioUnitErr_InvalidElement;
+    const AudioBufferList* input = fCycleInput.load(std::memory_order_acquire);
+    if (!input) return kAudioUnitErr_CannotDoInCurrentContext;
+    if (frames > fCycleFrames.load(std::memory_order_relaxed)) return kAudioUnitErr_TooManyFramesToProcess;
+    if (data.mNumberBuffers > 0 && !data.mBuffers[0].mData) {
+        if (!fAllocateInput || frames > fInputBuffers.Capacity()) return kAudio_ParamError;
+        const AudioBufferList& own = fInputBuffers.Prepare(frames);
+        if (data.mNumberBuffers != own.mNumberBuffers) return kAudio_ParamError;
+        for (UInt32 i = 0; i < own.mNumberBuffers; ++i) data.mBuffers[i] = own.mBuffers[i];
+    }
+    CopyChannels(*input, data, frames);
+    return noErr;
+}
+
+void HALOutputUnit::Cycle(const AudioBufferList* input, const AudioTimeStamp& inputTime, AudioBufferList* output,
+                          const AudioTimeStamp& outputTime) {
+    if (fInputEnabled && input && fInputCallback.inputProc) {
+        UInt32 frames = 0;
+        if (fDeviceInputChannels) {
+            const ChannelSamples first = Channel(*input, 0);
+            frames = first.frames;
+        }
+        fCycleFrames.store(frames, std::memory_order_relaxed);
+        fCycleInput.store(input, std::memory_order_release);
+        AudioUnitRenderActionFlags flags = 0;
+        fInputCallback.inputProc(fInputCallback.inputProcRefCon, &flags, &inputTime, kInputElement, frames, nullptr);
+        fCycleInput.store(nullptr, std::memory_order_release);
+    }
+    if (!fOutputEnabled || !output) return;
+    const ChannelSamples first = Channel(*output, 0);
+    const UInt32 frames = std::min(first.frames, fRenderBuffers.Capacity());
+    AudioBufferList& client = fRenderBuffers.Prepare(frames);
+    AudioUnitRenderActionFlags flags = 0;
+    const OSStatus status = fRenderCallback.inputProc
+                                ? fRenderCallback.inputProc(fRenderCallback.inputProcRefCon, &flags, &outputTime,
+                                                            kOutputElement, frames, &client)
+                                : kAudioUnitErr_NoConnection;
+    if (status != noErr) Silence(client, frames);
+    CopyChannels(client, *output, frames);
+}
+
+OSStatus HALOutputUnit::IOProc(AudioObjectID, const AudioTimeStamp*, const AudioBufferList* input,
+                               const AudioTimeStamp* inputTime, AudioBufferList* output,
+                               const AudioTimeStamp* outputTime, void* clientData) {
+    static_cast<HALOutputUnit*>(clientData)->Cycle(input, *inputTime, output, *outputTime);
+    return noErr;
+}
+
+} // namespace qcp::coreaudio

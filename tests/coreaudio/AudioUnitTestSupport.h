@@ -1,0 +1,140 @@
+#pragma once
+#include <AudioToolbox/AudioToolbox.h>
+#include <CoreAudio/CoreAudio.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+// Audio units as the capture chain drives them, and what tests measure of
+// what they hear.
+namespace coreaudio_test {
+
+// A new unit of Apple's output `subType`, or null.
+inline AudioUnit NewOutputUnit(OSType subType) {
+    const AudioComponentDescription description{kAudioUnitType_Output, subType, kAudioUnitManufacturer_Apple, 0, 0};
+    AudioComponent component = AudioComponentFindNext(nullptr, &description);
+    AudioUnit unit = nullptr;
+    if (!component || AudioComponentInstanceNew(component, &unit)) return nullptr;
+    return unit;
+}
+
+inline OSStatus SetUInt32(AudioUnit unit, AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                          UInt32 value) {
+    return AudioUnitSetProperty(unit, id, scope, element, &value, sizeof value);
+}
+
+inline OSStatus SetDevice(AudioUnit unit, AudioObjectID device) {
+    return SetUInt32(unit, kAudioOutputUnitProperty_CurrentDevice, kAudioUnitScope_Global, 0, device);
+}
+
+inline OSStatus SetCallback(AudioUnit unit, AudioUnitPropertyID id, AURenderCallback proc, void* refCon) {
+    const AURenderCallbackStruct callback{proc, refCon};
+    const AudioUnitScope scope = id == kAudioUnitProperty_SetRenderCallback ? kAudioUnitScope_Input
+                                                                             : kAudioUnitScope_Global;
+    return AudioUnitSetProperty(unit, id, scope, 0, &callback, sizeof callback);
+}
+
+// Asks a HAL unit for its input as one channel of float32 at `rate`.
+inline OSStatus SetMonoInputFormat(AudioUnit unit, Float64 rate = 48000) {
+    AudioStreamBasicDescription format{};
+    format.mSampleRate = rate;
+    format.mFormatID = kAudioFormatLinearPCM;
+    format.mFormatFlags = kAudioFormatFlagsNativeFloatPacked | kAudioFormatFlagIsNonInterleaved;
+    format.mFramesPerPacket = 1;
+    format.mChannelsPerFrame = 1;
+    format.mBitsPerChannel = 32;
+    format.mBytesPerFrame = format.mBytesPerPacket = sizeof(Float32);
+    return AudioUnitSetProperty(unit, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output, 1, &format,
+                                sizeof format);
+}
+
+// What a unit's callbacks saw: how many, on which threads, at which sample
+// times; and, for an input, the first channel of what AudioUnitRender gave
+// (up to a capacity reserved up front, so the callback never allocates).
+struct Heard {
+    AudioUnit unit = nullptr;
+    std::atomic<int> count{0};
+    std::atomic<bool> afterStop{false};
+    std::atomic<int> callsAfterStop{0};
+    std::atomic<bool> stopInside{false};
+    std::mutex mutex;
+    std::vector<std::thread::id> threads;
+    std::vector<Float64> sampleTimes;
+    std::vector<Float32> input;
+    std::atomic<OSStatus> renderStatus{noErr};
+
+    Heard() {
+        threads.reserve(4096);
+        sampleTimes.reserve(4096);
+        input.reserve(4 * 48000);
+    }
+    void Note(const AudioTimeStamp* time) {
+        if (afterStop) ++callsAfterStop;
+        {
+            std::lock_guard lock(mutex);
+            if (threads.size() < threads.capacity()) {
+                threads.push_back(std::this_thread::get_id());
+                sampleTimes.push_back(time->mSampleTime);
+            }
+        }
+        ++count;
+        if (stopInside) AudioOutputUnitStop(unit);
+    }
+
+    static OSStatus Render(void* refCon, AudioUnitRenderActionFlags*, const AudioTimeStamp* time, UInt32, UInt32,
+                           AudioBufferList*) {
+        static_cast<Heard*>(refCon)->Note(time);
+        return noErr;
+    }
+    // Fetches the input into buffers the unit supplies.
+    static OSStatus Input(void* refCon, AudioUnitRenderActionFlags* flags, const AudioTimeStamp* time, UInt32 bus,
+                          UInt32 frames, AudioBufferList*) {
+        auto* heard = static_cast<Heard*>(refCon);
+        AudioBufferList list{1, {{1, 0, nullptr}}};
+        heard->renderStatus = AudioUnitRender(heard->unit, flags, time, bus, frames, &list);
+        if (heard->renderStatus == noErr) {
+            std::lock_guard lock(heard->mutex);
+            const auto* samples = static_cast<const Float32*>(list.mBuffers[0].mData);
+            const size_t room = heard->input.capacity() - heard->input.size();
+            heard->input.insert(heard->input.end(), samples, samples + std::min<size_t>(frames, room));
+        }
+        heard->Note(time);
+        return noErr;
+    }
+    std::vector<std::thread::id> Threads() {
+        std::lock_guard lock(mutex);
+        return threads;
+    }
+};
+
+// One channel out of interleaved samples.
+inline std::vector<Float32> ChannelOf(const std::vector<Float32>& interleaved, size_t channels, size_t channel) {
+    std::vector<Float32> samples;
+    for (size_t i = channel; i < interleaved.size(); i += channels) samples.push_back(interleaved[i]);
+    return samples;
+}
+
+inline Float32 Peak(const std::vector<Float32>& samples) {
+    Float32 peak = 0;
+    for (const Float32 sample : samples) peak = std::max(peak, std::fabs(sample));
+    return peak;
+}
+
+// A sine's frequency from its rising zero crossings.
+inline double Frequency(const std::vector<Float32>& samples, double rate) {
+    std::vector<size_t> crossings;
+    for (size_t i = 1; i < samples.size(); ++i) {
+        if (samples[i - 1] < 0 && samples[i] >= 0) crossings.push_back(i);
+    }
+    if (crossings.size() < 2) return 0;
+    return rate * double(crossings.size() - 1) / double(crossings.back() - crossings.front());
+}
+
+// -12 dBFS as a sample value.
+inline double DbfsToLevel(double dbfs) { return std::pow(10.0, dbfs / 20); }
+
+} // namespace coreaudio_test

@@ -1,0 +1,190 @@
+// What every device layer owes the audio units: device I/O on one thread per
+// running device, paced on the zTime clock at the device's period, and a stop
+// that holds. Run over each layer's harness through the C interface alone.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <list>
+
+#include "AudioUnitTestSupport.h"
+#include "CoreAudioTestSupport.h"
+#include "DeviceLayerHarness.h"
+#include "ManualClock.h"
+#include "WaitFor.h"
+
+namespace {
+
+using namespace coreaudio_test;
+using namespace std::chrono_literals;
+
+// 480 frames at 48 kHz: a cycle every 10 ms exactly.
+constexpr UInt32 kFrames = 480;
+constexpr int64_t kPeriodMicros = 10'000;
+
+template <class Harness>
+class DeviceIOContract : public testing::Test {
+protected:
+    void SetUp() override { qcp::coreaudio::Install(fHarness.Create()); }
+    void TearDown() override {
+        for (AudioUnit unit : fUnits) AudioComponentInstanceDispose(unit);
+        qcp::coreaudio::Install(nullptr);
+    }
+
+    // A device plugged in with a 10 ms period.
+    AudioObjectID Plug(const std::string& name, bool input = false) {
+        const AudioObjectID device =
+            DeviceForUID(input ? fHarness.PlugInput(name) : fHarness.PlugOutput(name));
+        const auto scope = input ? kAudioObjectPropertyScopeInput : kAudioObjectPropertyScopeOutput;
+        EXPECT_EQ(Write(device, Address(kAudioDevicePropertyNominalSampleRate), Float64{48000}), 0);
+        EXPECT_EQ(Write(device, Address(kAudioDevicePropertyBufferFrameSize, scope), kFrames), 0);
+        return device;
+    }
+    // An initialised HAL unit playing into `device` (or recording from it),
+    // reporting to `heard`.
+    AudioUnit Unit(AudioObjectID device, Heard& heard, bool input = false) {
+        AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
+        fUnits.push_back(unit);
+        heard.unit = unit;
+        EXPECT_EQ(SetDevice(unit, device), 0);
+        if (input) {
+            EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0), 0);
+            EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
+            EXPECT_EQ(SetMonoInputFormat(unit), 0);
+            EXPECT_EQ(SetCallback(unit, kAudioOutputUnitProperty_SetInputCallback, &Heard::Input, &heard), 0);
+        } else {
+            EXPECT_EQ(SetCallback(unit, kAudioUnitProperty_SetRenderCallback, &Heard::Render, &heard), 0);
+        }
+        EXPECT_EQ(AudioUnitInitialize(unit), 0);
+        return unit;
+    }
+    // Moves the clock period by period, waiting for each to be heard.
+    void Advance(int periods, Heard& heard) {
+        const int start = heard.count;
+        for (int i = 1; i <= periods; ++i) {
+            fClock.Advance(kPeriodMicros);
+            ASSERT_TRUE(WaitFor([&] { return heard.count >= start + i; }, 10s)) << "period " << i;
+        }
+    }
+
+    ManualClock fClock;
+    Harness fHarness;
+    // Outlive the units, whose callbacks report to them until disposed.
+    std::list<Heard> fHeard;
+    std::vector<AudioUnit> fUnits;
+};
+
+using Harnesses = testing::Types<SimHarness>;
+TYPED_TEST_SUITE(DeviceIOContract, Harnesses);
+
+TYPED_TEST(DeviceIOContract, EachDeviceCallsItsUnitsOnItsOwnThreadOncePerPeriod) {
+    Heard& first = this->fHeard.emplace_back();
+    Heard& second = this->fHeard.emplace_back();
+    Heard& sameDevice = this->fHeard.emplace_back();
+    const AudioObjectID a = this->Plug("a"), b = this->Plug("b");
+    ASSERT_EQ(AudioOutputUnitStart(this->Unit(a, first)), 0);
+    ASSERT_EQ(AudioOutputUnitStart(this->Unit(b, second)), 0);
+    ASSERT_EQ(AudioOutputUnitStart(this->Unit(a, sameDevice)), 0);
+
+    this->Advance(10, first);
+    ASSERT_TRUE(WaitFor([&] { return second.count >= 10 && sameDevice.count >= 10; }, 10s));
+    EXPECT_EQ(first.count, 10);
+    EXPECT_EQ(second.count, 10);
+    EXPECT_EQ(sameDevice.count, 10);
+
+    const auto threadsA = first.Threads(), threadsB = second.Threads(), threadsShared = sameDevice.Threads();
+    EXPECT_NE(threadsA[0], std::this_thread::get_id());
+    EXPECT_NE(threadsA[0], threadsB[0]) << "each running device has its own thread";
+    EXPECT_EQ(threadsA[0], threadsShared[0]) << "one thread per device, for all its units";
+    for (const auto& thread : threadsA) EXPECT_EQ(thread, threadsA[0]);
+    std::lock_guard lock(first.mutex);
+    for (size_t i = 1; i < first.sampleTimes.size(); ++i)
+        EXPECT_EQ(first.sampleTimes[i] - first.sampleTimes[i - 1], kFrames);
+}
+
+TYPED_TEST(DeviceIOContract, AnInputCallbackFetchesEachCyclesInput) {
+    Heard& heard = this->fHeard.emplace_back();
+    const AudioObjectID device = this->Plug("in", true);
+    AudioUnit unit = this->Unit(device, heard, true);
+    UInt32 frames = 0;
+    AudioBufferList list{1, {{1, 0, nullptr}}};
+    const AudioTimeStamp time{};
+    EXPECT_EQ(AudioUnitRender(unit, nullptr, &time, 1, frames, &list), kAudioUnitErr_CannotDoInCurrentContext)
+        << "input is only there during the input callback";
+    ASSERT_EQ(AudioOutputUnitStart(unit), 0);
+
+    this->Advance(5, heard);
+    EXPECT_EQ(heard.count, 5);
+    EXPECT_EQ(heard.renderStatus, noErr);
+    EXPECT_NE(heard.Threads()[0], std::this_thread::get_id());
+    std::lock_guard lock(heard.mutex);
+    EXPECT_EQ(heard.input.size(), 5 * kFrames);
+}
+
+TYPED_TEST(DeviceIOContract, NoCallbackAfterStopReturns) {
+    Heard& stopped = this->fHeard.emplace_back();
+    Heard& sentinel = this->fHeard.emplace_back();
+    const AudioObjectID device = this->Plug("stop");
+    AudioUnit unit = this->Unit(device, stopped);
+    ASSERT_EQ(AudioOutputUnitStart(unit), 0);
+    ASSERT_EQ(AudioOutputUnitStart(this->Unit(device, sentinel)), 0);
+    // Many cycles due at once, so the stop lands while they run back to back.
+    this->fClock.Advance(500 * kPeriodMicros);
+    ASSERT_TRUE(WaitFor([&] { return stopped.count >= 50; }, 10s));
+
+    ASSERT_EQ(AudioOutputUnitStop(unit), 0);
+    stopped.afterStop = true;
+    const int atStop = stopped.count;
+    ASSERT_TRUE(WaitFor([&] { return sentinel.count >= 500; }, 10s));
+    EXPECT_EQ(stopped.callsAfterStop, 0);
+    EXPECT_EQ(stopped.count, atStop);
+    UInt32 running = 1, size = sizeof running;
+    ASSERT_EQ(AudioUnitGetProperty(unit, kAudioOutputUnitProperty_IsRunning, kAudioUnitScope_Global, 0, &running,
+                                   &size),
+              0);
+    EXPECT_EQ(running, 0u);
+}
+
+TYPED_TEST(DeviceIOContract, AUnitStoppingItselfIsNotCalledAgain) {
+    Heard& self = this->fHeard.emplace_back();
+    Heard& sentinel = this->fHeard.emplace_back();
+    const AudioObjectID device = this->Plug("self");
+    self.stopInside = true;
+    ASSERT_EQ(AudioOutputUnitStart(this->Unit(device, self)), 0);
+    ASSERT_EQ(AudioOutputUnitStart(this->Unit(device, sentinel)), 0);
+    this->Advance(3, sentinel);
+    EXPECT_EQ(self.count, 1);
+}
+
+TYPED_TEST(DeviceIOContract, UnitCallsFailAsTheLayerAndTheUnitSay) {
+    const AudioObjectID device = this->Plug("faulty");
+    AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
+    this->fUnits.push_back(unit);
+    EXPECT_EQ(AudioOutputUnitStart(unit), kAudioUnitErr_Uninitialized);
+    EXPECT_EQ(AudioUnitInitialize(unit), kAudioUnitErr_NoConnection) << "no device yet";
+    ASSERT_EQ(SetDevice(unit, device), 0);
+    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 0, 1),
+              kAudioUnitErr_InvalidElement);
+    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_CurrentDevice, kAudioUnitScope_Output, 0, device),
+              kAudioUnitErr_InvalidScope);
+    EXPECT_EQ(SetUInt32(unit, FourCharCode{9999}, kAudioUnitScope_Global, 0, 1), kAudioUnitErr_InvalidProperty);
+    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_IsRunning, kAudioUnitScope_Global, 0, 1),
+              kAudioUnitErr_PropertyNotWritable);
+    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
+    EXPECT_EQ(AudioUnitInitialize(unit), kAudioUnitErr_NoConnection) << "input enabled on an output-only device";
+    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 0), 0);
+
+    this->fHarness.InjectFault(device, kAudioDevicePropertyNominalSampleRate, kAudioDevicePermissionsError);
+    EXPECT_EQ(AudioUnitInitialize(unit), kAudioDevicePermissionsError);
+    this->fHarness.ClearFaults();
+    ASSERT_EQ(AudioUnitInitialize(unit), 0);
+    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0),
+              kAudioUnitErr_Initialized);
+
+    this->fHarness.InjectStartFault(device, kAudioHardwareIllegalOperationError);
+    EXPECT_EQ(AudioOutputUnitStart(unit), kAudioHardwareIllegalOperationError);
+    this->fHarness.ClearFaults();
+    ASSERT_TRUE(this->fHarness.Unplug("contract.faulty"));
+    EXPECT_EQ(AudioOutputUnitStart(unit), kAudioHardwareBadDeviceError);
+}
+
+} // namespace

@@ -1,0 +1,156 @@
+// The simulated sound system's audio: what applications play reaches the
+// default output, the capture driver loops its played-into device to its
+// recorded-from device, and each device keeps its own clock.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <list>
+
+#include "AudioUnitTestSupport.h"
+#include "CaptureDriver.h"
+#include "CoreAudioTestSupport.h"
+#include "ManualClock.h"
+#include "SimAudioSystem.h"
+#include "WaitFor.h"
+
+namespace {
+
+using namespace coreaudio_test;
+using namespace qcp::coreaudio::sim;
+using namespace std::chrono_literals;
+
+constexpr int64_t kSecond = 1'000'000;
+// A little over 512 frames at 48 kHz, so that each step runs one cycle.
+constexpr int64_t kPeriodMicros = 10'667;
+
+class SimAudioIO : public testing::Test {
+protected:
+    void SetUp() override {
+        auto system = CreateDefaultSimAudioSystem();
+        fSystem = system.get();
+        qcp::coreaudio::Install(std::move(system));
+    }
+    void TearDown() override {
+        for (AudioUnit unit : fUnits) AudioComponentInstanceDispose(unit);
+        qcp::coreaudio::Install(nullptr);
+    }
+    // Moves the clock period by period (512 frames at 48 kHz), waiting each
+    // time until every device in `uids` has run its cycle, as real devices
+    // running side by side would.
+    void Play(std::initializer_list<const char*> uids, int periods) {
+        std::vector<uint64_t> start;
+        for (const char* uid : uids) start.push_back(fSystem->IOCycles(uid));
+        for (int i = 1; i <= periods; ++i) {
+            fClock.Advance(kPeriodMicros);
+            size_t n = 0;
+            for (const char* uid : uids) {
+                const uint64_t wanted = start[n++] + i;
+                ASSERT_TRUE(WaitFor([&] { return fSystem->IOCycles(uid) >= wanted; }, 10s)) << uid << " " << i;
+            }
+        }
+    }
+    AudioUnit Started(AudioObjectID device, Heard& heard, bool input) {
+        AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
+        fUnits.push_back(unit);
+        heard.unit = unit;
+        EXPECT_EQ(SetDevice(unit, device), 0);
+        if (input) {
+            EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0), 0);
+            EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
+            EXPECT_EQ(SetMonoInputFormat(unit), 0);
+            EXPECT_EQ(SetCallback(unit, kAudioOutputUnitProperty_SetInputCallback, &Heard::Input, &heard), 0);
+        } else {
+            EXPECT_EQ(SetCallback(unit, kAudioUnitProperty_SetRenderCallback, &Heard::Render, &heard), 0);
+        }
+        EXPECT_EQ(AudioUnitInitialize(unit), 0);
+        EXPECT_EQ(AudioOutputUnitStart(unit), 0);
+        return unit;
+    }
+    AudioObjectID PlugOutput(const std::string& uid, Float64 clockRate) {
+        SimAudioDeviceSetup setup;
+        setup.uid = uid;
+        setup.name = uid;
+        setup.outputStreams = {2};
+        setup.bufferFrameSize = 480;
+        setup.clockRate = clockRate;
+        return fSystem->AddDevice(setup);
+    }
+
+    ManualClock fClock;
+    SimAudioSystem* fSystem = nullptr;
+    // Outlive the units, whose callbacks report to them until disposed.
+    std::list<Heard> fHeard;
+    std::vector<AudioUnit> fUnits;
+};
+
+TEST_F(SimAudioIO, TheDefaultWorldsToneReachesTheSpeakers) {
+    Play({kSimSpeakersUID}, 94);
+    const auto recording = fSystem->Recording(kSimSpeakersUID, 48000);
+    ASSERT_GE(recording.size(), 2u * 40000);
+    const auto left = ChannelOf(recording, 2, 0), right = ChannelOf(recording, 2, 1);
+    EXPECT_NEAR(Peak(left), DbfsToLevel(-12), 0.002);
+    EXPECT_NEAR(Frequency(left, 48000), 440, 1);
+    EXPECT_EQ(left, right);
+}
+
+TEST_F(SimAudioIO, RoutedToTheCaptureDriverTheToneIsRecordedFromItsOtherDevice) {
+    const AudioObjectID playedInto = fSystem->DeviceID(kCaptureDriverPlayedIntoUID);
+    ASSERT_EQ(Write(playedInto, Address(kCaptureDriverPropertyCanBeDefault), kCFBooleanTrue), 0);
+    ASSERT_TRUE(fSystem->SetDefault(kAudioHardwarePropertyDefaultOutputDevice, kCaptureDriverPlayedIntoUID));
+    const size_t spokenBefore = fSystem->Recording(kSimSpeakersUID, 96000).size();
+    Heard& heard = this->fHeard.emplace_back();
+    Started(fSystem->DeviceID(kCaptureDriverRecordedFromUID), heard, true);
+
+    Play({kCaptureDriverPlayedIntoUID, kCaptureDriverRecordedFromUID}, 94);
+    ASSERT_TRUE(WaitFor([&] { return heard.count >= 94; }, 10s));
+    EXPECT_EQ(heard.renderStatus, noErr);
+    std::vector<Float32> input;
+    {
+        std::lock_guard lock(heard.mutex);
+        // Past the first cycles, which may come before anything was played.
+        input.assign(heard.input.begin() + 4800, heard.input.end());
+    }
+    EXPECT_NEAR(Peak(input), DbfsToLevel(-12), 0.002);
+    EXPECT_NEAR(Frequency(input, 48000), 440, 1);
+    EXPECT_EQ(fSystem->Recording(kSimSpeakersUID, 96000).size(), spokenBefore) << "the speakers hear nothing more";
+}
+
+TEST_F(SimAudioIO, TheDefaultOutputUnitPlaysIntoTheDefaultOutputAsItIsWhenInitialised) {
+    Heard& heard = this->fHeard.emplace_back();
+    AudioUnit unit = NewOutputUnit(kAudioUnitSubType_DefaultOutput);
+    ASSERT_NE(unit, nullptr);
+    fUnits.push_back(unit);
+    EXPECT_EQ(SetDevice(unit, fSystem->DeviceID(kSimMicrophoneUID)), kAudioUnitErr_PropertyNotWritable);
+    ASSERT_EQ(SetCallback(unit, kAudioUnitProperty_SetRenderCallback, &Heard::Render, &heard), 0);
+    ASSERT_EQ(AudioUnitInitialize(unit), 0);
+    AudioObjectID device = kAudioObjectUnknown;
+    UInt32 size = sizeof device;
+    ASSERT_EQ(AudioUnitGetProperty(unit, kAudioOutputUnitProperty_CurrentDevice, kAudioUnitScope_Global, 0, &device,
+                                   &size),
+              0);
+    EXPECT_EQ(device, fSystem->DeviceID(kSimSpeakersUID));
+    ASSERT_EQ(AudioOutputUnitStart(unit), 0);
+    Play({kSimSpeakersUID}, 3);
+    EXPECT_TRUE(WaitFor([&] { return heard.count >= 3; }, 10s));
+}
+
+TEST_F(SimAudioIO, DevicesClocksDrift) {
+    PlugOutput("slow", 0.995);
+    PlugOutput("exact", 1.0);
+    PlugOutput("fast", 1.005);
+    Heard& slow = this->fHeard.emplace_back();
+    Heard& exact = this->fHeard.emplace_back();
+    Heard& fast = this->fHeard.emplace_back();
+    Started(fSystem->DeviceID("slow"), slow, false);
+    Started(fSystem->DeviceID("exact"), exact, false);
+    Started(fSystem->DeviceID("fast"), fast, false);
+
+    // 2.5 s: 248.75, 250 and 251.24 periods of 480 frames.
+    fClock.Advance(5 * kSecond / 2);
+    ASSERT_TRUE(WaitFor([&] { return slow.count >= 248 && exact.count >= 250 && fast.count >= 251; }, 20s));
+    EXPECT_EQ(slow.count, 248);
+    EXPECT_EQ(exact.count, 250);
+    EXPECT_EQ(fast.count, 251);
+}
+
+} // namespace
