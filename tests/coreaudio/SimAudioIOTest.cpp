@@ -5,7 +5,9 @@
 
 #include <chrono>
 #include <list>
+#include <optional>
 
+#include "AllocationCounter.h"
 #include "AudioUnitTestSupport.h"
 #include "CaptureDriver.h"
 #include "CoreAudioTestSupport.h"
@@ -22,6 +24,31 @@ using namespace std::chrono_literals;
 constexpr int64_t kSecond = 1'000'000;
 // A little over 512 frames at 48 kHz, so that each step runs one cycle.
 constexpr int64_t kPeriodMicros = 10'667;
+
+// Counts the allocations an I/O thread makes over 50 cycles, from its second
+// cycle on, while rendering or fetching input.
+struct AllocationsOnIOThread {
+    AudioUnit unit = nullptr;
+    int calls = 0; // only on the I/O thread
+    std::optional<AllocationCounter> counter;
+    std::atomic<int> allocations{-1};
+
+    static OSStatus Callback(void* refCon, AudioUnitRenderActionFlags* flags, const AudioTimeStamp* time, UInt32 bus,
+                             UInt32 frames, AudioBufferList* data) {
+        auto* self = static_cast<AllocationsOnIOThread*>(refCon);
+        ++self->calls;
+        if (self->calls == 2) self->counter.emplace();
+        if (!data) {
+            AudioBufferList list{1, {{1, 0, nullptr}}};
+            AudioUnitRender(self->unit, flags, time, bus, frames, &list);
+        }
+        if (self->calls == 52) {
+            self->allocations = self->counter->count();
+            self->counter.reset();
+        }
+        return noErr;
+    }
+};
 
 class SimAudioIO : public testing::Test {
 protected:
@@ -132,6 +159,38 @@ TEST_F(SimAudioIO, TheDefaultOutputUnitPlaysIntoTheDefaultOutputAsItIsWhenInitia
     ASSERT_EQ(AudioOutputUnitStart(unit), 0);
     Play({kSimSpeakersUID}, 3);
     EXPECT_TRUE(WaitFor([&] { return heard.count >= 3; }, 10s));
+}
+
+TEST_F(SimAudioIO, NothingAllocatesOnTheIOThreadsOnceRunning) {
+    const AudioObjectID playedInto = fSystem->DeviceID(kCaptureDriverPlayedIntoUID);
+    ASSERT_EQ(Write(playedInto, Address(kCaptureDriverPropertyCanBeDefault), kCFBooleanTrue), 0);
+    ASSERT_TRUE(fSystem->SetDefault(kAudioHardwarePropertyDefaultOutputDevice, kCaptureDriverPlayedIntoUID));
+    AllocationsOnIOThread output, input;
+    output.unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
+    input.unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
+    fUnits = {output.unit, input.unit};
+    ASSERT_EQ(SetDevice(output.unit, playedInto), 0);
+    ASSERT_EQ(SetCallback(output.unit, kAudioUnitProperty_SetRenderCallback, &AllocationsOnIOThread::Callback, &output),
+              0);
+    ASSERT_EQ(SetDevice(input.unit, fSystem->DeviceID(kCaptureDriverRecordedFromUID)), 0);
+    ASSERT_EQ(SetUInt32(input.unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0), 0);
+    ASSERT_EQ(SetUInt32(input.unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
+    ASSERT_EQ(SetMonoInputFormat(input.unit), 0);
+    ASSERT_EQ(SetCallback(input.unit, kAudioOutputUnitProperty_SetInputCallback, &AllocationsOnIOThread::Callback,
+                          &input),
+              0);
+    for (AudioUnit unit : fUnits) {
+        ASSERT_EQ(AudioUnitInitialize(unit), 0);
+        ASSERT_EQ(AudioOutputUnitStart(unit), 0);
+    }
+
+    Play({kCaptureDriverPlayedIntoUID, kCaptureDriverRecordedFromUID}, 53);
+    ASSERT_TRUE(WaitFor([&] { return output.allocations >= 0 && input.allocations >= 0; }, 10s));
+    EXPECT_EQ(output.allocations, 0);
+    EXPECT_EQ(input.allocations, 0);
+    // The units go before the counters they report to.
+    for (AudioUnit unit : fUnits) AudioComponentInstanceDispose(unit);
+    fUnits.clear();
 }
 
 TEST_F(SimAudioIO, DevicesClocksDrift) {
