@@ -64,12 +64,14 @@ struct Heard {
     std::mutex mutex;
     std::vector<std::thread::id> threads;
     std::vector<Float64> sampleTimes;
+    std::vector<UInt64> hostTimes;
     std::vector<Float32> input;
     std::atomic<OSStatus> renderStatus{noErr};
 
     Heard() {
         threads.reserve(4096);
         sampleTimes.reserve(4096);
+        hostTimes.reserve(4096);
         input.reserve(4 * 48000);
     }
     void Note(const AudioTimeStamp* time) {
@@ -79,6 +81,7 @@ struct Heard {
             if (threads.size() < threads.capacity()) {
                 threads.push_back(std::this_thread::get_id());
                 sampleTimes.push_back(time->mSampleTime);
+                hostTimes.push_back(time->mHostTime);
             }
         }
         ++count;

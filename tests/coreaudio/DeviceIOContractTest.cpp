@@ -81,6 +81,7 @@ TYPED_TEST(DeviceIOContract, EachDeviceCallsItsUnitsOnItsOwnThreadOncePerPeriod)
     Heard& second = this->fHeard.emplace_back();
     Heard& sameDevice = this->fHeard.emplace_back();
     const AudioObjectID a = this->Plug("a"), b = this->Plug("b");
+    const UInt64 started = AudioGetCurrentHostTime();
     ASSERT_EQ(AudioOutputUnitStart(this->Unit(a, first)), 0);
     ASSERT_EQ(AudioOutputUnitStart(this->Unit(b, second)), 0);
     ASSERT_EQ(AudioOutputUnitStart(this->Unit(a, sameDevice)), 0);
@@ -96,7 +97,11 @@ TYPED_TEST(DeviceIOContract, EachDeviceCallsItsUnitsOnItsOwnThreadOncePerPeriod)
     EXPECT_NE(threadsA[0], threadsB[0]) << "each running device has its own thread";
     EXPECT_EQ(threadsA[0], threadsShared[0]) << "one thread per device, for all its units";
     for (const auto& thread : threadsA) EXPECT_EQ(thread, threadsA[0]);
+    // Each cycle comes a period after the last, the first a period after the
+    // start; a render is stamped with when its output plays, a period later.
     std::lock_guard lock(first.mutex);
+    for (size_t i = 0; i < first.hostTimes.size(); ++i)
+        EXPECT_EQ(AudioConvertHostTimeToNanos(first.hostTimes[i] - started), (i + 2) * kPeriodMicros * 1000) << i;
     for (size_t i = 1; i < first.sampleTimes.size(); ++i)
         EXPECT_EQ(first.sampleTimes[i] - first.sampleTimes[i - 1], kFrames);
 }

@@ -29,6 +29,23 @@ namespace qcp::coreaudio {
 // Once RemovePropertyListener returns on another thread, the listener is not
 // running and will not be called again; removing from inside a listener
 // prevents later calls only.
+//
+// Device I/O, which the audio units of AudioToolbox run on: a device runs
+// while it has a started I/O proc. Each running device has its own I/O
+// thread that calls its started procs once per cycle, every buffer-frame-size
+// frames at the device's rate as its own clock counts them (the clocks of
+// different devices drift apart), paced on the zTime clock: a cycle comes one
+// period after the last, the first one period after the device started
+// running. A proc is given the cycle's time, the input recorded over the
+// period before it, and an output buffer with the time it will play, a period
+// after the cycle (host times on the zTime clock). The procs, and so the
+// units' render and input callbacks, run on that thread, never on the
+// caller's and never under the locks that guard the layer's state (only
+// under what makes StopDeviceIO wait for them): they may call any function
+// here. Once StopDeviceIO returns on another thread the
+// proc is not running and will not be called again; stopping from inside a
+// proc prevents later calls only. Nothing on an I/O thread allocates once the
+// device runs.
 class AudioDeviceLayer {
 public:
     // Stops the notification thread; listeners not yet called are dropped.
@@ -60,7 +77,8 @@ public:
     // twice has no further effect). kAudioHardwareBadDeviceError for an id
     // that names no device.
     virtual OSStatus StartDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) = 0;
-    // Stops it; kAudioHardwareNoError too when it was not started or the device has gone.
+    // Stops it; kAudioHardwareNoError too when it was not started or the
+    // device has gone.
     virtual OSStatus StopDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) = 0;
 };
 
