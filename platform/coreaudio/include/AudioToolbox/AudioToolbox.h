@@ -1,3 +1,4 @@
 #pragma once
 // The AudioToolbox subset the capture chain uses.
+#include "AudioConverter.h"
 #include "AudioUnit.h"
