@@ -1,7 +1,7 @@
 #pragma once
 #include <atomic>
 
-#include "CARingBufferTypes.h"
+#include <CoreAudio/CoreAudioTypes.h>
 
 typedef UInt32 CARingBufferError;
 enum : UInt32 {

@@ -1,4 +1,6 @@
 #pragma once
+#include <gtest/gtest.h>
+
 #include <AudioToolbox/AudioToolbox.h>
 #include <CoreAudio/CoreAudio.h>
 
@@ -113,6 +115,25 @@ struct Heard {
         return threads;
     }
 };
+
+// An initialised HAL unit playing into `device` (or recording from it),
+// reporting to `heard`; kept in `units` for disposal.
+inline AudioUnit HALUnit(AudioObjectID device, Heard& heard, bool input, std::vector<AudioUnit>& units) {
+    AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
+    units.push_back(unit);
+    heard.unit = unit;
+    EXPECT_EQ(SetDevice(unit, device), 0);
+    if (input) {
+        EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0), 0);
+        EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
+        EXPECT_EQ(SetMonoInputFormat(unit), 0);
+        EXPECT_EQ(SetCallback(unit, kAudioOutputUnitProperty_SetInputCallback, &Heard::Input, &heard), 0);
+    } else {
+        EXPECT_EQ(SetCallback(unit, kAudioUnitProperty_SetRenderCallback, &Heard::Render, &heard), 0);
+    }
+    EXPECT_EQ(AudioUnitInitialize(unit), 0);
+    return unit;
+}
 
 // One channel out of interleaved samples.
 inline std::vector<Float32> ChannelOf(const std::vector<Float32>& interleaved, size_t channels, size_t channel) {

@@ -42,20 +42,7 @@ protected:
     // An initialised HAL unit playing into `device` (or recording from it),
     // reporting to `heard`.
     AudioUnit Unit(AudioObjectID device, Heard& heard, bool input = false) {
-        AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
-        fUnits.push_back(unit);
-        heard.unit = unit;
-        EXPECT_EQ(SetDevice(unit, device), 0);
-        if (input) {
-            EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0), 0);
-            EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
-            EXPECT_EQ(SetMonoInputFormat(unit), 0);
-            EXPECT_EQ(SetCallback(unit, kAudioOutputUnitProperty_SetInputCallback, &Heard::Input, &heard), 0);
-        } else {
-            EXPECT_EQ(SetCallback(unit, kAudioUnitProperty_SetRenderCallback, &Heard::Render, &heard), 0);
-        }
-        EXPECT_EQ(AudioUnitInitialize(unit), 0);
-        return unit;
+        return HALUnit(device, heard, input, fUnits);
     }
     // Moves the clock period by period, waiting for each to be heard.
     void Advance(int periods, Heard& heard) {

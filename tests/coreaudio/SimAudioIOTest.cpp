@@ -77,19 +77,7 @@ protected:
         }
     }
     AudioUnit Started(AudioObjectID device, Heard& heard, bool input) {
-        AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
-        fUnits.push_back(unit);
-        heard.unit = unit;
-        EXPECT_EQ(SetDevice(unit, device), 0);
-        if (input) {
-            EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0), 0);
-            EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
-            EXPECT_EQ(SetMonoInputFormat(unit), 0);
-            EXPECT_EQ(SetCallback(unit, kAudioOutputUnitProperty_SetInputCallback, &Heard::Input, &heard), 0);
-        } else {
-            EXPECT_EQ(SetCallback(unit, kAudioUnitProperty_SetRenderCallback, &Heard::Render, &heard), 0);
-        }
-        EXPECT_EQ(AudioUnitInitialize(unit), 0);
+        AudioUnit unit = HALUnit(device, heard, input, fUnits);
         EXPECT_EQ(AudioOutputUnitStart(unit), 0);
         return unit;
     }

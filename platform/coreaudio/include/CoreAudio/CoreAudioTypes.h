@@ -5,11 +5,6 @@
 
 #define QCP_COREAUDIO_TYPES 1
 
-// The buffer types are shared with the audio rings' own minimal copy
-// (CARingBufferTypes.h): whichever header comes first defines them.
-#ifndef QCP_COREAUDIO_BUFFER_TYPES
-#define QCP_COREAUDIO_BUFFER_TYPES
-
 typedef unsigned int UInt32;
 typedef signed long long SInt64;
 
@@ -27,8 +22,6 @@ struct AudioBufferList {
     UInt32 mNumberBuffers;
     AudioBuffer mBuffers[1];
 };
-
-#endif
 
 typedef unsigned char UInt8;
 typedef signed char SInt8;
