@@ -29,10 +29,6 @@ zSignal::WaitResult zSignal::Wait(int64_t micros) {
         fCondition.wait(lock, [this] { return fRaised; });
         return WaitResult::Signalled;
     }
-    const int64_t deadline = zTime::MicroNow() + micros;
-    while (!fRaised) {
-        if (zTime::MicroNow() >= deadline) return WaitResult::TimedOut;
-        zTime::WaitUntil(fCondition, lock, deadline);
-    }
-    return WaitResult::Signalled;
+    const bool raised = zTime::WaitUntil(fCondition, lock, zTime::MicroNow() + micros, [this] { return fRaised; });
+    return raised ? WaitResult::Signalled : WaitResult::TimedOut;
 }

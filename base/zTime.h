@@ -19,4 +19,16 @@ void SetSource(Source source);
 // the clock reaches `deadline` (a MicroNow() reading). Like any condition
 // wait it may return early: callers re-check their state and the clock.
 void WaitUntil(std::condition_variable& condition, std::unique_lock<std::mutex>& lock, int64_t deadline);
+
+// Waits as above until `done()` holds (true) or the clock reaches `deadline`
+// (false, with `done()` still false).
+template <class Predicate>
+bool WaitUntil(std::condition_variable& condition, std::unique_lock<std::mutex>& lock, int64_t deadline,
+               Predicate done) {
+    while (!done()) {
+        if (MicroNow() >= deadline) return false;
+        WaitUntil(condition, lock, deadline);
+    }
+    return true;
+}
 } // namespace zTime

@@ -36,8 +36,7 @@ void X11DisplayLink::Run() {
     int64_t next = zTime::MicroNow() + fPeriodMicros;
     std::unique_lock lock(fMutex);
     for (;;) {
-        while (!fStopping && zTime::MicroNow() < next) zTime::WaitUntil(fWake, lock, next);
-        if (fStopping) return;
+        if (zTime::WaitUntil(fWake, lock, next, [this] { return fStopping; })) return;
         if (!fServer->Current(fGeneration)) {
             fWake.wait(lock, [this] { return fStopping; });
             return;

@@ -110,8 +110,7 @@ void X11DisplayStream::Run() {
     int64_t next = zTime::MicroNow();
     std::unique_lock lock(fMutex);
     for (;;) {
-        while (!fStopping && zTime::MicroNow() < next) zTime::WaitUntil(fWake, lock, next);
-        if (fStopping) return;
+        if (zTime::WaitUntil(fWake, lock, next, [this] { return fStopping; })) return;
         lock.unlock();
         Tick(zTime::MicroNow());
         lock.lock();

@@ -56,10 +56,8 @@ void SimTicker::Run() {
         } else {
             // Real time is the zTime clock: a test that substitutes it moves
             // every ticker with it.
-            if (zTime::MicroNow() < next) {
-                zTime::WaitUntil(fClock.fChanged, lock, next);
+            if (zTime::WaitUntil(fClock.fChanged, lock, next, [this] { return fStopping || fClock.fStepped; }))
                 continue;
-            }
             lock.unlock();
             fTick();
             lock.lock();

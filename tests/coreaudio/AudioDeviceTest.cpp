@@ -4,25 +4,15 @@
 #include <cstring>
 
 #include "AudioDevice.h"
-#include "AudioDeviceLayer.h"
-#include "SimAudioSystem.h"
+#include "DefaultSimAudioTest.h"
 
 namespace {
 
 using namespace qcp::coreaudio::sim;
 
-class AudioDeviceRecord : public testing::Test {
+class AudioDeviceRecord : public DefaultSimAudioTest {
 protected:
-    void SetUp() override {
-        auto system = CreateDefaultSimAudioSystem();
-        fSim = system.get();
-        qcp::coreaudio::Install(std::move(system));
-    }
-    void TearDown() override { qcp::coreaudio::Install(nullptr); }
-
     AudioObjectID Plug(SimAudioDeviceSetup setup) { return fSim->AddDevice(std::move(setup)); }
-
-    SimAudioSystem* fSim = nullptr;
 };
 
 TEST_F(AudioDeviceRecord, InitReadsTheDirectionsProperties) {

@@ -6,7 +6,7 @@
 #include "AudioDeviceLayer.h"
 #include "CaptureDriver.h"
 #include "CoreAudioTestSupport.h"
-#include "SimAudioSystem.h"
+#include "DefaultSimAudioTest.h"
 #include "vnAudioHelper.h"
 #include "zTraceManager.h"
 
@@ -15,15 +15,12 @@ namespace {
 using namespace coreaudio_test;
 using namespace qcp::coreaudio::sim;
 
-class AudioHelpers : public testing::Test {
+class AudioHelpers : public DefaultSimAudioTest {
 protected:
     void SetUp() override {
-        auto system = CreateDefaultSimAudioSystem();
-        fSim = system.get();
-        qcp::coreaudio::Install(std::move(system));
+        DefaultSimAudioTest::SetUp();
         zTraceManager::Default().ClearHistory();
     }
-    void TearDown() override { qcp::coreaudio::Install(nullptr); }
 
     static std::vector<std::string> Traces() {
         std::vector<std::string> texts;
@@ -34,8 +31,6 @@ protected:
     AudioObjectID Speakers() const { return fSim->DeviceID(kSimSpeakersUID); }
     AudioObjectID Capture() const { return fSim->DeviceID(kCaptureDriverPlayedIntoUID); }
     AudioObjectID PlugIn() const { return vnAudioHelper_GetCoreAudioPluginID(); }
-
-    SimAudioSystem* fSim = nullptr;
 };
 
 TEST_F(AudioHelpers, DeviceIDByUID) {

@@ -1,7 +1,6 @@
 #include "MacCaptureManager.h"
 
 #include <algorithm>
-#include <utility>
 #include <cstdio>
 
 #include "CaptureWindowMonitor.h"
@@ -48,18 +47,9 @@ MacCaptureManager::MacCaptureManager() = default;
 MacCaptureManager::~MacCaptureManager() {
     _CaptureWindowMonitor::StopAll();
     // An open selection dialog is cancelled here once dialogs exist.
-    const std::vector<RecordRef> records = takeAllRecords();
-    for (const RecordRef& record : records) {
-        std::lock_guard lock(record->controlLock);
-        record->removed = true;
-        record->source->stop();
-    }
-}
-
-std::vector<MacCaptureManager::RecordRef> MacCaptureManager::takeAllRecords() {
-    std::lock_guard lock(fRegistryLock);
-    fSourcesByID.clear();
-    return std::exchange(fSourcesInOrder, {});
+    stopAllSources();
+    // Uninitialisation overlaps no other call: the records, and with them
+    // the sources, go with the registry.
 }
 
 MacCaptureSource* MacCaptureManager::addSource(const std::string& id, const std::string& displayName,

@@ -127,8 +127,6 @@ public:
 
 private:
     void showCloseSelectionDialogAlert() const;
-    // Takes every record out of the registry, in creation order.
-    std::vector<RecordRef> takeAllRecords();
 
     mutable std::mutex fRegistryLock;
     std::map<std::string, RecordRef> fSourcesByID;

@@ -31,11 +31,8 @@ MacCaptureSource::MacCaptureSource(const std::string& sourceID, const std::strin
 
 MacCaptureSource::~MacCaptureSource() {
     stop();
-    fStream.reset();
-    fStreamQueue.reset();
-    // A stream that never answered its stop may have left the loop running;
-    // nothing else touches it now.
-    stopRenderLoop();
+    // A stream that refused the stop (its display went away) is still here.
+    releaseStream();
     {
         std::lock_guard lock(fObserverLock);
         fObservers.clear();
@@ -116,7 +113,13 @@ bool MacCaptureSource::startWindowCapture() {
 }
 
 bool MacCaptureSource::startStream() {
-    const Frame frame = captureFrame();
+    Frame frame;
+    bool hasSourceRect = false;
+    {
+        std::lock_guard lock(fGeometryLock);
+        frame = fCaptureFrame;
+        hasSourceRect = fHasSourceRect;
+    }
     if (fOutputWidth == 0 || fOutputHeight == 0) {
         fOutputWidth = frame.width;
         fOutputHeight = frame.height;
@@ -130,10 +133,7 @@ bool MacCaptureSource::startStream() {
     config.outputWidth = uint32_t(fOutputWidth);
     config.outputHeight = uint32_t(fOutputHeight);
     config.pixelFormat = kPixelFormatBGRA;
-    {
-        std::lock_guard lock(fGeometryLock);
-        if (fHasSourceRect) config.sourceRect = Rect{frame.x, frame.y, frame.width, frame.height};
-    }
+    if (hasSourceRect) config.sourceRect = Rect{frame.x, frame.y, frame.width, frame.height};
     config.queue = fStreamQueue.get();
     config.handler = [this](FrameStatus status, uint64_t time, Surface* surface) {
         onStreamFrame(status, time, surface);
@@ -152,13 +152,7 @@ bool MacCaptureSource::stop() {
             // stream that never answers must not hang the host forever.
             fStopped.wait_for(lock, std::chrono::seconds(5), [this] { return !fRunning; });
         }
-        fStream.reset();
-        // Handler calls already queued finish before the queue goes; the
-        // next start makes a new stream on a new queue. Only then is the
-        // render loop, which a stream that never answered left running,
-        // nobody else's.
-        fStreamQueue.reset();
-        stopRenderLoop();
+        releaseStream();
         fRunning = false;
         stopped = true;
     }
@@ -168,6 +162,16 @@ bool MacCaptureSource::stop() {
         fRunning = false;
     }
     return stopped;
+}
+
+void MacCaptureSource::releaseStream() {
+    fStream.reset();
+    // Handler calls already queued finish before the queue goes; the next
+    // start makes a new stream on a new queue. Only then is the render loop,
+    // which a stream that never answered may have left running, nobody
+    // else's.
+    fStreamQueue.reset();
+    stopRenderLoop();
 }
 
 void MacCaptureSource::registerObserver(MacCaptureObserver* observer) {

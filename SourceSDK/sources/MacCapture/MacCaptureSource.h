@@ -107,6 +107,8 @@ private:
     void drawWindowCursor(qcp::platform::Surface& surface, uint32_t windowID);
     bool startWindowCapture();
     bool startStream();
+    // Destroys the stream, its queue and the render loop, in that order.
+    void releaseStream();
 
     const std::string fSourceID;
     const std::string fSourceName;

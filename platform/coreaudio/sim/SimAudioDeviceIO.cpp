@@ -114,10 +114,7 @@ void SimAudioDeviceIO::Run() {
             continue;
         }
         const int64_t deadline = static_cast<int64_t>(TimeOf(fCycle + 1).mHostTime / 1000);
-        if (zTime::MicroNow() < deadline) {
-            zTime::WaitUntil(fWake, lock, deadline);
-            continue;
-        }
+        if (zTime::WaitUntil(fWake, lock, deadline, [this] { return fClosing || !Live(); })) continue;
         ++fCycle;
         ++fCycles;
         Cycle();
