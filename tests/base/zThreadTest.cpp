@@ -27,6 +27,9 @@ struct SelfEndingBody : zThreadMain {
 TEST(zThread, MayBeJoinedAndReleasedFromItsOwnThread) {
     // Static: the thread may still be leaving Main() when the test ends.
     static SelfEndingBody body;
+    // A repeated run starts afresh: the signals stay raised from the last.
+    body.started.Reset();
+    body.finished.Reset();
     body.owner = zThread::Factory("qcp.self", body);
     body.started.Raise();
     EXPECT_EQ(body.finished.Wait(kHang), zSignal::WaitResult::Signalled);
