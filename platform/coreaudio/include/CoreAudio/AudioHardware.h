@@ -85,4 +85,8 @@ OSStatus AudioObjectAddPropertyListener(AudioObjectID inObjectID, const AudioObj
                                         AudioObjectPropertyListenerProc inListener, void* inClientData);
 OSStatus AudioObjectRemovePropertyListener(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
                                            AudioObjectPropertyListenerProc inListener, void* inClientData);
+// Where a running device's clock is now: its sample time, the host time and
+// its rate scalar (how fast its clock runs against the host's).
+// kAudioHardwareNotRunningError while the device is not running.
+OSStatus AudioDeviceGetCurrentTime(AudioObjectID inDevice, AudioTimeStamp* outTime);
 }
