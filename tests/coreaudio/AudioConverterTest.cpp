@@ -2,6 +2,7 @@
 
 #include <AudioToolbox/AudioToolbox.h>
 
+#include <cmath>
 #include <vector>
 
 namespace {
@@ -38,6 +39,19 @@ public:
     }
     AudioConverterRef ref = nullptr;
     OSStatus status;
+};
+
+// Hands over its float32 interleaved stereo samples once, then no frames.
+struct OneBlock {
+    std::vector<Float32> samples;
+    int calls = 0;
+    static OSStatus Proc(AudioConverterRef, UInt32* packets, AudioBufferList* data, AudioStreamPacketDescription**,
+                         void* user) {
+        auto& self = *static_cast<OneBlock*>(user);
+        *packets = self.calls++ ? 0 : UInt32(self.samples.size() / 2);
+        data->mBuffers[0] = {2, UInt32(self.samples.size() * sizeof(Float32)), self.samples.data()};
+        return noErr;
+    }
 };
 
 TEST(AudioConverter, FloatInterleavedToInt16PlanarAndBack) {
@@ -80,8 +94,10 @@ TEST(AudioConverter, RefusesWhatItCannotDo) {
     auto threeBytes = Format(false, true, 2);
     threeBytes.mBitsPerChannel = 24;
     threeBytes.mBytesPerFrame = threeBytes.mBytesPerPacket = 6;
-    EXPECT_EQ(Converter(Format(true, true, 2, 44100), Format(true, true, 2)).status,
-              kAudioConverterErr_FormatNotSupported);
+    for (const Float64 rate : {0.0, -48000.0, 48000.0 * 300, std::nan("")})
+        EXPECT_EQ(Converter(Format(true, true, 2, rate), Format(true, true, 2)).status,
+                  kAudioConverterErr_FormatNotSupported)
+            << rate;
     EXPECT_EQ(Converter(bigEndian, Format(true, true, 2)).status, kAudioConverterErr_FormatNotSupported);
     EXPECT_EQ(Converter(Format(true, true, 2), threeBytes).status, kAudioConverterErr_FormatNotSupported);
     EXPECT_EQ(AudioConverterNew(nullptr, nullptr, nullptr), kAudio_ParamError);
@@ -95,6 +111,44 @@ TEST(AudioConverter, RefusesWhatItCannotDo) {
     TwoBuffers out{2, {{1, 16, samples.data()}, {1, 16, samples.data() + 4}}};
     EXPECT_EQ(AudioConverterConvertComplexBuffer(converter.ref, 5, &AsList(in), &AsList(out)),
               kAudioConverterErr_InvalidInputSize);
+
+    UInt32 frames = 4;
+    EXPECT_EQ(AudioConverterFillComplexBuffer(converter.ref, nullptr, nullptr, &frames, &AsList(out), nullptr),
+              kAudio_ParamError);
+    EXPECT_EQ(AudioConverterFillComplexBuffer(converter.ref, OneBlock::Proc, nullptr, &frames, &AsList(in), nullptr),
+              kAudioConverterErr_InvalidOutputSize)
+        << "one buffer for two de-interleaved channels";
+    // A proc that leaves the data pointer null.
+    const auto lying = [](AudioConverterRef, UInt32* packets, AudioBufferList*, AudioStreamPacketDescription**,
+                          void*) -> OSStatus {
+        *packets = 4;
+        return noErr;
+    };
+    EXPECT_EQ(AudioConverterFillComplexBuffer(converter.ref, lying, nullptr, &frames, &AsList(out), nullptr),
+              kAudioConverterErr_InvalidInputSize);
+    EXPECT_EQ(frames, 0u);
+}
+
+TEST(AudioConverter, FillComplexBufferKeepsTheRestOfABlockForTheNextCall) {
+    OneBlock source{{0.5f, -0.5f, 0.25f, -0.25f, 1.0f / 32768, 0.0f, 0.75f, -0.75f, 0.125f, -0.125f}};
+    std::vector<SInt16> left(4, 9), right(4, 9);
+    Converter converter(Format(true, true, 2), Format(false, false, 2));
+    TwoBuffers out{2, {{1, 8, left.data()}, {1, 8, right.data()}}};
+    UInt32 frames = 3;
+    ASSERT_EQ(AudioConverterFillComplexBuffer(converter.ref, OneBlock::Proc, &source, &frames, &AsList(out), nullptr),
+              noErr);
+    EXPECT_EQ(frames, 3u);
+    EXPECT_EQ(out.mBuffers[1].mDataByteSize, 6u);
+    EXPECT_EQ(left, (std::vector<SInt16>{16384, 8192, 1, 9}));
+    out.mBuffers[0].mDataByteSize = out.mBuffers[1].mDataByteSize = 8;
+    frames = 4;
+    ASSERT_EQ(AudioConverterFillComplexBuffer(converter.ref, OneBlock::Proc, &source, &frames, &AsList(out), nullptr),
+              noErr)
+        << "no frames with noErr ends the call without an error";
+    EXPECT_EQ(frames, 2u);
+    EXPECT_EQ(source.calls, 2) << "asked again once the block was used";
+    EXPECT_EQ(out.mBuffers[0].mDataByteSize, 4u);
+    EXPECT_EQ(right, (std::vector<SInt16>{-24576, -4096, 0, 9}));
 }
 
 } // namespace

@@ -1,60 +1,167 @@
-// AudioToolbox's PCM converter for layouts at one rate.
+// AudioToolbox's PCM converter: layouts at one rate, and between rates
+// through libsamplerate.
 #include "AudioToolbox/AudioConverter.h"
+
+#include <samplerate.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+#include "PCMLayout.h"
 
 namespace {
 
-struct PCMLayout {
-    bool isFloat;
-    bool interleaved;
-    UInt32 channels;
-    UInt32 bytesPerSample;
+using qcp::coreaudio::CopyFrames;
+using qcp::coreaudio::LayoutOf;
+using qcp::coreaudio::PCMLayout;
 
-    // Where `channel` starts in `list` and how many samples apart its frames
-    // are; null when the list has no such channel or too little room.
-    UInt8* Start(const AudioBufferList& list, UInt32 channel, UInt32 frames, UInt32& stride) const {
-        const UInt32 buffer = interleaved ? 0 : channel;
-        if (buffer >= list.mNumberBuffers || !list.mBuffers[buffer].mData) return nullptr;
-        stride = interleaved ? channels : 1;
-        if (list.mBuffers[buffer].mDataByteSize < size_t{frames} * stride * bytesPerSample) return nullptr;
-        return static_cast<UInt8*>(list.mBuffers[buffer].mData) + (interleaved ? channel * bytesPerSample : 0);
-    }
-    Float32 Read(const UInt8* start, size_t index) const {
-        if (isFloat) return reinterpret_cast<const Float32*>(start)[index];
-        return reinterpret_cast<const SInt16*>(start)[index] / 32768.0f;
-    }
-    void Write(UInt8* start, size_t index, Float32 value) const {
-        if (isFloat) {
-            reinterpret_cast<Float32*>(start)[index] = value;
-            return;
-        }
-        const long scaled = std::lround(std::clamp(value, -1.0f, 1.0f) * 32768.0f);
-        reinterpret_cast<SInt16*>(start)[index] = static_cast<SInt16>(std::clamp(scaled, -32768L, 32767L));
-    }
+// Frames the rate converter takes and gives per step; its scratch buffers
+// hold this many, so a conversion of any length needs no more memory.
+constexpr UInt32 kChunkFrames = 1024;
+
+// Float32 interleaved frames in storage sized once.
+struct Scratch {
+    explicit Scratch(const PCMLayout& layout)
+        : samples(size_t{kChunkFrames} * layout.channels),
+          list{1, {{layout.channels, UInt32(samples.size() * sizeof(Float32)), samples.data()}}} {}
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    std::vector<Float32> samples;
+    AudioBufferList list; // over `samples`
 };
 
-bool LayoutOf(const AudioStreamBasicDescription& format, PCMLayout& layout) {
-    if (format.mFormatID != kAudioFormatLinearPCM || format.mFramesPerPacket != 1 || format.mChannelsPerFrame == 0 ||
-        (format.mFormatFlags & kAudioFormatFlagIsBigEndian))
-        return false;
-    layout.isFloat = format.mFormatFlags & kAudioFormatFlagIsFloat;
-    layout.interleaved = !(format.mFormatFlags & kAudioFormatFlagIsNonInterleaved);
-    layout.channels = format.mChannelsPerFrame;
-    layout.bytesPerSample = format.mBitsPerChannel / 8;
-    const bool signedInt = format.mFormatFlags & kAudioFormatFlagIsSignedInteger;
-    const UInt32 bytesPerFrame = layout.interleaved ? layout.bytesPerSample * layout.channels : layout.bytesPerSample;
-    return (layout.isFloat ? format.mBitsPerChannel == 32 : signedInt && format.mBitsPerChannel == 16) &&
-           format.mBytesPerFrame == bytesPerFrame;
-}
+struct ResamplerDeleter {
+    void operator()(SRC_STATE* state) const { src_delete(state); }
+};
 
-struct Converter {
-    PCMLayout from;
-    PCMLayout to;
+class Converter {
+public:
+    Converter(const PCMLayout& from, const PCMLayout& to, double ratio, SRC_STATE* resampler)
+        : fFrom(from),
+          fTo(to),
+          fWork{true, true, std::min(from.channels, to.channels), sizeof(Float32)},
+          fRatio(ratio),
+          fResampler(resampler),
+          fInChunk(fWork),
+          fOutChunk(fWork),
+          fInputStorage(offsetof(AudioBufferList, mBuffers) + size_t{from.Buffers()} * sizeof(AudioBuffer)) {}
+
+    bool Resamples() const { return fResampler != nullptr; }
+    const PCMLayout& From() const { return fFrom; }
+    const PCMLayout& To() const { return fTo; }
+
+    void Reset() {
+        fInputFrames = fInputUsed = 0;
+        fChunkStart = fChunkEnd = 0;
+        if (fResampler) src_reset(fResampler.get());
+    }
+
+    // Converts into `out` until `capacity` frames are there or a step ends
+    // the call (returning false with the status the call ends with).
+    OSStatus Fill(AudioConverterRef ref, AudioConverterComplexInputDataProc proc, void* user, UInt32 capacity,
+                  const AudioBufferList& out, UInt32& produced) {
+        produced = 0;
+        OSStatus status = noErr;
+        while (produced < capacity && (Resamples() ? Resample(ref, proc, user, capacity, out, produced, status)
+                                                   : CopyInput(ref, proc, user, capacity, out, produced, status))) {
+        }
+        return status;
+    }
+
+private:
+    AudioBufferList& Input() { return *reinterpret_cast<AudioBufferList*>(fInputStorage.data()); }
+    UInt32 InputLeft() const { return fInputFrames - fInputUsed; }
+
+    // Asks the proc for about `wanted` frames unless some are left. False
+    // when there are none, with the status the call ends with.
+    bool Pull(AudioConverterRef ref, AudioConverterComplexInputDataProc proc, void* user, UInt32 wanted,
+              OSStatus& status) {
+        if (InputLeft() > 0) return true;
+        fInputFrames = fInputUsed = 0;
+        AudioBufferList& input = Input();
+        input.mNumberBuffers = fFrom.Buffers();
+        for (UInt32 i = 0; i < input.mNumberBuffers; ++i) input.mBuffers[i] = {fFrom.ChannelsPerBuffer(), 0, nullptr};
+        UInt32 frames = std::max<UInt32>(wanted, 1);
+        status = proc(ref, &frames, &input, nullptr, user);
+        if (status != noErr || frames == 0) return false;
+        if (!fFrom.Holds(input, frames)) {
+            status = kAudioConverterErr_InvalidInputSize;
+            return false;
+        }
+        fInputFrames = frames;
+        return true;
+    }
+
+    // At one rate input goes straight to the output.
+    bool CopyInput(AudioConverterRef ref, AudioConverterComplexInputDataProc proc, void* user, UInt32 capacity,
+                   const AudioBufferList& out, UInt32& produced, OSStatus& status) {
+        if (!Pull(ref, proc, user, capacity - produced, status)) return false;
+        const UInt32 frames = std::min(InputLeft(), capacity - produced);
+        CopyFrames(fFrom, Input(), fInputUsed, fTo, out, produced, frames);
+        fInputUsed += frames;
+        produced += frames;
+        return true;
+    }
+
+    // Between rates input goes through the scratch chunks: one step of the
+    // rate converter.
+    bool Resample(AudioConverterRef ref, AudioConverterComplexInputDataProc proc, void* user, UInt32 capacity,
+                  const AudioBufferList& out, UInt32& produced, OSStatus& status) {
+        if (fChunkStart == fChunkEnd) {
+            const double wanted = std::ceil((capacity - produced) / fRatio);
+            if (!Pull(ref, proc, user, UInt32(std::min<double>(wanted, kChunkFrames)), status)) return false;
+            const UInt32 frames = std::min(InputLeft(), kChunkFrames);
+            CopyFrames(fFrom, Input(), fInputUsed, fWork, fInChunk.list, 0, frames);
+            fInputUsed += frames;
+            fChunkStart = 0;
+            fChunkEnd = frames;
+        }
+        SRC_DATA step{};
+        step.data_in = fInChunk.samples.data() + size_t{fChunkStart} * fWork.channels;
+        step.input_frames = fChunkEnd - fChunkStart;
+        step.data_out = fOutChunk.samples.data();
+        step.output_frames = std::min(kChunkFrames, capacity - produced);
+        step.src_ratio = fRatio;
+        // The rate converter takes all the input it is given unless its
+        // output is full; taking nothing and giving nothing would never end.
+        if (src_process(fResampler.get(), &step) != 0 || (step.input_frames_used == 0 && step.output_frames_gen == 0)) {
+            status = kAudioConverterErr_UnspecifiedError;
+            return false;
+        }
+        fChunkStart += UInt32(step.input_frames_used);
+        CopyFrames(fWork, fOutChunk.list, 0, fTo, out, produced, size_t(step.output_frames_gen));
+        produced += UInt32(step.output_frames_gen);
+        return true;
+    }
+
+    const PCMLayout fFrom;
+    const PCMLayout fTo;
+    // The rate converter's layout: float32 interleaved, only the channels
+    // that reach the output.
+    const PCMLayout fWork;
+    const double fRatio;
+    const std::unique_ptr<SRC_STATE, ResamplerDeleter> fResampler;
+    Scratch fInChunk;
+    Scratch fOutChunk;
+    UInt32 fChunkStart = 0; // fInChunk's frames the rate converter has not taken
+    UInt32 fChunkEnd = 0;
+    // The list the proc points at its data, and how much of that is used.
+    std::vector<std::byte> fInputStorage;
+    UInt32 fInputFrames = 0;
+    UInt32 fInputUsed = 0;
 };
 
 Converter* ConverterOf(AudioConverterRef ref) { return reinterpret_cast<Converter*>(ref); }
+
+bool IsRate(Float64 rate) { return std::isfinite(rate) && rate > 0; }
+
+// Sets each output buffer's size to `frames` frames.
+void SetSizes(const PCMLayout& layout, AudioBufferList& list, UInt32 frames) {
+    for (UInt32 i = 0; i < list.mNumberBuffers; ++i) list.mBuffers[i].mDataByteSize = frames * layout.BytesPerBufferFrame();
+}
 
 } // namespace
 
@@ -64,11 +171,20 @@ OSStatus AudioConverterNew(const AudioStreamBasicDescription* inSourceFormat,
                            const AudioStreamBasicDescription* inDestinationFormat,
                            AudioConverterRef* outAudioConverter) {
     if (!inSourceFormat || !inDestinationFormat || !outAudioConverter) return kAudio_ParamError;
-    Converter converter;
-    if (!LayoutOf(*inSourceFormat, converter.from) || !LayoutOf(*inDestinationFormat, converter.to) ||
-        inSourceFormat->mSampleRate != inDestinationFormat->mSampleRate)
+    PCMLayout from{}, to{};
+    const Float64 fromRate = inSourceFormat->mSampleRate, toRate = inDestinationFormat->mSampleRate;
+    if (!LayoutOf(*inSourceFormat, from) || !LayoutOf(*inDestinationFormat, to) || !IsRate(fromRate) ||
+        !IsRate(toRate))
         return kAudioConverterErr_FormatNotSupported;
-    *outAudioConverter = reinterpret_cast<AudioConverterRef>(new Converter(converter));
+    const double ratio = toRate / fromRate;
+    SRC_STATE* resampler = nullptr;
+    if (fromRate != toRate) {
+        int error = 0;
+        if (!src_is_valid_ratio(ratio) ||
+            !(resampler = src_new(SRC_SINC_FASTEST, int(std::min(from.channels, to.channels)), &error)))
+            return kAudioConverterErr_FormatNotSupported;
+    }
+    *outAudioConverter = reinterpret_cast<AudioConverterRef>(new Converter(from, to, ratio, resampler));
     return noErr;
 }
 
@@ -78,37 +194,44 @@ OSStatus AudioConverterDispose(AudioConverterRef inAudioConverter) {
     return noErr;
 }
 
-// Nothing is held between conversions at one rate.
 OSStatus AudioConverterReset(AudioConverterRef inAudioConverter) {
-    return inAudioConverter ? noErr : kAudio_ParamError;
+    if (!inAudioConverter) return kAudio_ParamError;
+    ConverterOf(inAudioConverter)->Reset();
+    return noErr;
+}
+
+OSStatus AudioConverterFillComplexBuffer(AudioConverterRef inAudioConverter,
+                                         AudioConverterComplexInputDataProc inInputDataProc,
+                                         void* inInputDataProcUserData, UInt32* ioOutputDataPacketSize,
+                                         AudioBufferList* outOutputData, AudioStreamPacketDescription*) {
+    if (!inAudioConverter || !inInputDataProc || !ioOutputDataPacketSize || !outOutputData) return kAudio_ParamError;
+    Converter& converter = *ConverterOf(inAudioConverter);
+    const PCMLayout& to = converter.To();
+    if (outOutputData->mNumberBuffers != to.Buffers()) return kAudioConverterErr_InvalidOutputSize;
+    UInt32 capacity = *ioOutputDataPacketSize;
+    for (UInt32 i = 0; i < outOutputData->mNumberBuffers; ++i) {
+        if (!outOutputData->mBuffers[i].mData) return kAudio_ParamError;
+        capacity = std::min(capacity, outOutputData->mBuffers[i].mDataByteSize / to.BytesPerBufferFrame());
+    }
+    UInt32 produced = 0;
+    const OSStatus status = converter.Fill(inAudioConverter, inInputDataProc, inInputDataProcUserData, capacity,
+                                           *outOutputData, produced);
+    *ioOutputDataPacketSize = produced;
+    SetSizes(to, *outOutputData, produced);
+    return status;
 }
 
 OSStatus AudioConverterConvertComplexBuffer(AudioConverterRef inAudioConverter, UInt32 inNumberPCMFrames,
                                             const AudioBufferList* inInputData, AudioBufferList* outOutputData) {
     if (!inAudioConverter || !inInputData || !outOutputData) return kAudio_ParamError;
     const Converter& converter = *ConverterOf(inAudioConverter);
-    const PCMLayout& from = converter.from;
-    const PCMLayout& to = converter.to;
-    if (outOutputData->mNumberBuffers != (to.interleaved ? 1 : to.channels))
-        return kAudioConverterErr_InvalidOutputSize;
-    UInt32 stride = 0;
-    for (UInt32 channel = 0; channel < from.channels; ++channel) {
-        if (!from.Start(*inInputData, channel, inNumberPCMFrames, stride)) return kAudioConverterErr_InvalidInputSize;
-    }
-    for (UInt32 channel = 0; channel < to.channels; ++channel) {
-        if (!to.Start(*outOutputData, channel, inNumberPCMFrames, stride)) return kAudioConverterErr_InvalidOutputSize;
-    }
-    for (UInt32 channel = 0; channel < to.channels; ++channel) {
-        UInt32 outStride = 0, inStride = 0;
-        UInt8* target = to.Start(*outOutputData, channel, inNumberPCMFrames, outStride);
-        const UInt8* source = channel < from.channels ? from.Start(*inInputData, channel, inNumberPCMFrames, inStride)
-                                                      : nullptr;
-        for (UInt32 f = 0; f < inNumberPCMFrames; ++f)
-            to.Write(target, size_t{f} * outStride, source ? from.Read(source, size_t{f} * inStride) : 0.0f);
-    }
-    for (UInt32 i = 0; i < outOutputData->mNumberBuffers; ++i)
-        outOutputData->mBuffers[i].mDataByteSize =
-            inNumberPCMFrames * (to.interleaved ? to.channels : 1) * to.bytesPerSample;
+    if (converter.Resamples()) return kAudioConverterErr_OperationNotSupported;
+    const PCMLayout& from = converter.From();
+    const PCMLayout& to = converter.To();
+    if (!from.Holds(*inInputData, inNumberPCMFrames)) return kAudioConverterErr_InvalidInputSize;
+    if (!to.Holds(*outOutputData, inNumberPCMFrames)) return kAudioConverterErr_InvalidOutputSize;
+    CopyFrames(from, *inInputData, 0, to, *outOutputData, 0, inNumberPCMFrames);
+    SetSizes(to, *outOutputData, inNumberPCMFrames);
     return noErr;
 }
 }

@@ -100,6 +100,14 @@ enum : AudioFormatFlags {
     kAudioFormatFlagsNativeFloatPacked = kAudioFormatFlagIsFloat | kAudioFormatFlagsNativeEndian | kAudioFormatFlagIsPacked,
 };
 
+// Where one packet lies in a buffer of packets of varying size, and how many
+// frames it holds when that varies too (0 when the format fixes it).
+struct AudioStreamPacketDescription {
+    SInt64 mStartOffset;
+    UInt32 mVariableFramesInPacket;
+    UInt32 mDataByteSize;
+};
+
 // A closed range of values, e.g. of sample rates or buffer sizes.
 struct AudioValueRange {
     Float64 mMinimum;
@@ -153,3 +161,4 @@ enum : UInt32 {
 static_assert(sizeof(SMPTETime) == 24, "SMPTETime is 24 bytes");
 static_assert(sizeof(AudioTimeStamp) == 64, "AudioTimeStamp is 64 bytes");
 static_assert(sizeof(AudioStreamBasicDescription) == 40, "AudioStreamBasicDescription is 40 bytes");
+static_assert(sizeof(AudioStreamPacketDescription) == 16, "AudioStreamPacketDescription is 16 bytes");
