@@ -4,6 +4,9 @@
 // On systems without CoreAudio the functions are answered by the installed
 // AudioDeviceLayer (AudioDeviceLayer.h); with none installed every one of
 // them returns kAudioHardwareNotRunningError (HasProperty answers false).
+#include <Block.h>
+#include <dispatch/dispatch.h>
+
 #include "AudioHardwareBase.h"
 
 enum : AudioObjectID {
@@ -61,6 +64,11 @@ enum : AudioObjectPropertySelector {
 typedef OSStatus (*AudioObjectPropertyListenerProc)(AudioObjectID inObjectID, UInt32 inNumberAddresses,
                                                     const AudioObjectPropertyAddress* inAddresses, void* inClientData);
 
+// The block form of a listener: called on the queue it was registered with,
+// with the addresses that changed (valid for the call only).
+typedef qcp::coreaudio::Block<void(UInt32 inNumberAddresses, const AudioObjectPropertyAddress* inAddresses)>
+    AudioObjectPropertyListenerBlock;
+
 // Called once per I/O cycle of a running device with the input it recorded
 // and the output it is about to play (either may be empty), each with its
 // time; its status is ignored.
@@ -85,6 +93,24 @@ OSStatus AudioObjectAddPropertyListener(AudioObjectID inObjectID, const AudioObj
                                         AudioObjectPropertyListenerProc inListener, void* inClientData);
 OSStatus AudioObjectRemovePropertyListener(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
                                            AudioObjectPropertyListenerProc inListener, void* inClientData);
+// The block form. While registered, the block and a reference to the queue
+// are kept here; each change the registration hears on `inObjectID` is
+// posted to `inDispatchQueue`, a serial queue, with its addresses copied, so
+// the block runs there, asynchronously, never on the notification thread, and
+// may call any function here. A registration is
+// named by object, address, queue and block (a copy of the block is the same
+// block); adding one twice has no further effect. Removing it stops the calls
+// not yet started, on the queue itself too; a call already running on the
+// queue may still be finishing as removal returns on another thread. Any
+// thread may add and remove. A null address, queue or block is
+// kAudio_ParamError; removing what is not registered is
+// kAudioHardwareIllegalOperationError (CoreAudio does not document it).
+OSStatus AudioObjectAddPropertyListenerBlock(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
+                                             dispatch_queue_t inDispatchQueue,
+                                             AudioObjectPropertyListenerBlock inListener);
+OSStatus AudioObjectRemovePropertyListenerBlock(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
+                                                dispatch_queue_t inDispatchQueue,
+                                                AudioObjectPropertyListenerBlock inListener);
 // Where a running device's clock is now: its sample time, the host time and
 // its rate scalar (how fast its clock runs against the host's).
 // kAudioHardwareNotRunningError while the device is not running.
