@@ -105,7 +105,7 @@ Float32 LargestStep(const std::vector<Float32>& samples) {
 }
 
 // The rate converter's start-up: output that lags behind the ratio.
-constexpr size_t kSettle = 128;
+constexpr size_t kSettle = 64;
 
 TEST(AudioConverterRate, SineStaysWholeWhenBlocksAreConvertedOnceEach) {
     RateConverter converter;

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstddef>
 #include <memory>
+#include <new>
+#include <utility>
 #include <vector>
 
 #include "PCMLayout.h"
@@ -36,15 +38,17 @@ struct Scratch {
 struct ResamplerDeleter {
     void operator()(SRC_STATE* state) const { src_delete(state); }
 };
+using Resampler = std::unique_ptr<SRC_STATE, ResamplerDeleter>;
 
 class Converter {
 public:
-    Converter(const PCMLayout& from, const PCMLayout& to, double ratio, SRC_STATE* resampler)
+    // `resampler` is null at one rate.
+    Converter(const PCMLayout& from, const PCMLayout& to, double ratio, Resampler resampler)
         : fFrom(from),
           fTo(to),
           fWork{true, true, std::min(from.channels, to.channels), sizeof(Float32)},
           fRatio(ratio),
-          fResampler(resampler),
+          fResampler(std::move(resampler)),
           fInChunk(fWork),
           fOutChunk(fWork),
           fInputStorage(offsetof(AudioBufferList, mBuffers) + size_t{from.Buffers()} * sizeof(AudioBuffer)) {}
@@ -143,7 +147,7 @@ private:
     // that reach the output.
     const PCMLayout fWork;
     const double fRatio;
-    const std::unique_ptr<SRC_STATE, ResamplerDeleter> fResampler;
+    const Resampler fResampler;
     Scratch fInChunk;
     Scratch fOutChunk;
     UInt32 fChunkStart = 0; // fInChunk's frames the rate converter has not taken
@@ -177,14 +181,18 @@ OSStatus AudioConverterNew(const AudioStreamBasicDescription* inSourceFormat,
         !IsRate(toRate))
         return kAudioConverterErr_FormatNotSupported;
     const double ratio = toRate / fromRate;
-    SRC_STATE* resampler = nullptr;
+    Resampler resampler;
     if (fromRate != toRate) {
+        if (!src_is_valid_ratio(ratio)) return kAudioConverterErr_FormatNotSupported;
         int error = 0;
-        if (!src_is_valid_ratio(ratio) ||
-            !(resampler = src_new(SRC_SINC_FASTEST, int(std::min(from.channels, to.channels)), &error)))
-            return kAudioConverterErr_FormatNotSupported;
+        resampler.reset(src_new(SRC_SINC_FASTEST, int(std::min(from.channels, to.channels)), &error));
+        if (!resampler) return kAudioConverterErr_FormatNotSupported;
     }
-    *outAudioConverter = reinterpret_cast<AudioConverterRef>(new Converter(from, to, ratio, resampler));
+    try {
+        *outAudioConverter = reinterpret_cast<AudioConverterRef>(new Converter(from, to, ratio, std::move(resampler)));
+    } catch (const std::bad_alloc&) {
+        return kAudio_MemFullError;
+    }
     return noErr;
 }
 

@@ -61,6 +61,11 @@ OSStatus AudioConverterReset(AudioConverterRef inAudioConverter);
 // are set to what was written. Between rates the output is continuous across
 // calls: the rate converter's state carries over. Output packet descriptions
 // are not used for linear PCM; outPacketDescription may be null.
+// A null converter, proc, count or list, or an output buffer without data, is
+// kAudio_ParamError; an output list with the wrong number of buffers
+// kAudioConverterErr_InvalidOutputSize; input buffers from the proc that do
+// not hold the frames it claims end the call with
+// kAudioConverterErr_InvalidInputSize.
 OSStatus AudioConverterFillComplexBuffer(AudioConverterRef inAudioConverter,
                                          AudioConverterComplexInputDataProc inInputDataProc,
                                          void* inInputDataProcUserData, UInt32* ioOutputDataPacketSize,
