@@ -135,6 +135,37 @@ inline AudioUnit HALUnit(AudioObjectID device, Heard& heard, bool input, std::ve
     return unit;
 }
 
+// A sine on every channel of whatever it is asked for, checking that the
+// time stamps it is given follow on from the frames it gave.
+struct Sine {
+    double frequency;
+    double rate;
+    double amplitude = 0.5;
+    OSStatus status = noErr;
+    uint64_t frames = 0;
+    Float64 nextTime = -1;
+    bool continuous = true;
+
+    static OSStatus Render(void* refCon, AudioUnitRenderActionFlags*, const AudioTimeStamp* time, UInt32,
+                           UInt32 frames, AudioBufferList* data) {
+        auto& sine = *static_cast<Sine*>(refCon);
+        if (sine.status != noErr) return sine.status;
+        if (sine.nextTime >= 0 && time->mSampleTime != sine.nextTime) sine.continuous = false;
+        sine.nextTime = time->mSampleTime + frames;
+        for (UInt32 f = 0; f < frames; ++f) {
+            const auto value =
+                Float32(sine.amplitude * std::sin(2 * 3.141592653589793 * sine.frequency * double(sine.frames + f) / sine.rate));
+            for (UInt32 b = 0; b < data->mNumberBuffers; ++b) {
+                auto* samples = static_cast<Float32*>(data->mBuffers[b].mData);
+                const UInt32 channels = data->mBuffers[b].mNumberChannels;
+                for (UInt32 c = 0; c < channels; ++c) samples[f * channels + c] = value;
+            }
+        }
+        sine.frames += frames;
+        return noErr;
+    }
+};
+
 // One channel out of interleaved samples.
 inline std::vector<Float32> ChannelOf(const std::vector<Float32>& interleaved, size_t channels, size_t channel) {
     std::vector<Float32> samples;

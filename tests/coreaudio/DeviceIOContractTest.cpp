@@ -179,4 +179,39 @@ TYPED_TEST(DeviceIOContract, UnitCallsFailAsTheLayerAndTheUnitSay) {
     EXPECT_EQ(AudioOutputUnitStart(unit), kAudioHardwareBadDeviceError);
 }
 
+TYPED_TEST(DeviceIOContract, CurrentTimeIsWhereTheRunningDevicesClockIs) {
+    Heard& heard = this->fHeard.emplace_back();
+    const AudioObjectID device = this->Plug("clock");
+    AudioTimeStamp time{};
+    EXPECT_EQ(AudioDeviceGetCurrentTime(device, &time), kAudioHardwareNotRunningError);
+    EXPECT_EQ(AudioDeviceGetCurrentTime(device + 1000, &time), kAudioHardwareBadDeviceError);
+    EXPECT_EQ(AudioDeviceGetCurrentTime(device, nullptr), kAudio_ParamError);
+    ASSERT_EQ(AudioOutputUnitStart(this->Unit(device, heard)), 0);
+    this->Advance(10, heard);
+    this->fClock.Advance(kPeriodMicros / 2);
+    ASSERT_EQ(AudioDeviceGetCurrentTime(device, &time), 0);
+    EXPECT_DOUBLE_EQ(time.mSampleTime, 10.5 * kFrames);
+    EXPECT_EQ(time.mHostTime, AudioGetCurrentHostTime());
+    EXPECT_DOUBLE_EQ(time.mRateScalar, 1.0);
+    EXPECT_TRUE(time.mFlags & kAudioTimeStampRateScalarValid);
+}
+
+TYPED_TEST(DeviceIOContract, TheDevicesBufferSizeIsReadAndWrittenThroughAUnit) {
+    const AudioObjectID device = this->Plug("buffer");
+    AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
+    this->fUnits.push_back(unit);
+    UInt32 frames = 0, size = sizeof frames;
+    EXPECT_EQ(AudioUnitGetProperty(unit, kAudioDevicePropertyBufferFrameSize, kAudioUnitScope_Global, 0, &frames,
+                                   &size),
+              kAudioUnitErr_NoConnection);
+    ASSERT_EQ(SetDevice(unit, device), 0);
+    ASSERT_EQ(AudioUnitGetProperty(unit, kAudioDevicePropertyBufferFrameSize, kAudioUnitScope_Global, 0, &frames,
+                                   &size),
+              0);
+    EXPECT_EQ(frames, kFrames);
+    ASSERT_EQ(SetUInt32(unit, kAudioDevicePropertyBufferFrameSize, kAudioUnitScope_Global, 0, 256), 0);
+    ASSERT_EQ(Read(device, Address(kAudioDevicePropertyBufferFrameSize, kAudioObjectPropertyScopeOutput), frames), 0);
+    EXPECT_EQ(frames, 256u);
+}
+
 } // namespace

@@ -11,9 +11,7 @@
 #include "AudioUnitTestSupport.h"
 #include "CaptureDriver.h"
 #include "CoreAudioTestSupport.h"
-#include "ManualClock.h"
-#include "SimAudioSystem.h"
-#include "WaitFor.h"
+#include "SteppedSimAudioTest.h"
 
 namespace {
 
@@ -21,9 +19,6 @@ using namespace coreaudio_test;
 using namespace qcp::coreaudio::sim;
 using namespace std::chrono_literals;
 
-constexpr int64_t kSecond = 1'000'000;
-// A little over 512 frames at 48 kHz, so that each step runs one cycle.
-constexpr int64_t kPeriodMicros = 10'667;
 
 // Counts the allocations an I/O thread makes over 50 cycles, from its second
 // cycle on, while rendering or fetching input.
@@ -50,53 +45,7 @@ struct AllocationsOnIOThread {
     }
 };
 
-class SimAudioIO : public testing::Test {
-protected:
-    void SetUp() override {
-        auto system = CreateDefaultSimAudioSystem();
-        fSystem = system.get();
-        qcp::coreaudio::Install(std::move(system));
-    }
-    void TearDown() override {
-        for (AudioUnit unit : fUnits) AudioComponentInstanceDispose(unit);
-        qcp::coreaudio::Install(nullptr);
-    }
-    // Moves the clock period by period (512 frames at 48 kHz), waiting each
-    // time until every device in `uids` has run its cycle, as real devices
-    // running side by side would.
-    void Play(std::initializer_list<const char*> uids, int periods) {
-        std::vector<uint64_t> start;
-        for (const char* uid : uids) start.push_back(fSystem->IOCycles(uid));
-        for (int i = 1; i <= periods; ++i) {
-            fClock.Advance(kPeriodMicros);
-            size_t n = 0;
-            for (const char* uid : uids) {
-                const uint64_t wanted = start[n++] + i;
-                ASSERT_TRUE(WaitFor([&] { return fSystem->IOCycles(uid) >= wanted; }, 10s)) << uid << " " << i;
-            }
-        }
-    }
-    AudioUnit Started(AudioObjectID device, Heard& heard, bool input) {
-        AudioUnit unit = HALUnit(device, heard, input, fUnits);
-        EXPECT_EQ(AudioOutputUnitStart(unit), 0);
-        return unit;
-    }
-    AudioObjectID PlugOutput(const std::string& uid, Float64 clockRate) {
-        SimAudioDeviceSetup setup;
-        setup.uid = uid;
-        setup.name = uid;
-        setup.outputStreams = {2};
-        setup.bufferFrameSize = 480;
-        setup.clockRate = clockRate;
-        return fSystem->AddDevice(setup);
-    }
-
-    ManualClock fClock;
-    SimAudioSystem* fSystem = nullptr;
-    // Outlive the units, whose callbacks report to them until disposed.
-    std::list<Heard> fHeard;
-    std::vector<AudioUnit> fUnits;
-};
+using SimAudioIO = SteppedSimAudioTest;
 
 TEST_F(SimAudioIO, TheDefaultWorldsToneReachesTheSpeakers) {
     Play({kSimSpeakersUID}, 94);
@@ -130,23 +79,31 @@ TEST_F(SimAudioIO, RoutedToTheCaptureDriverTheToneIsRecordedFromItsOtherDevice) 
     EXPECT_EQ(fSystem->Recording(kSimSpeakersUID, 96000).size(), spokenBefore) << "the speakers hear nothing more";
 }
 
-TEST_F(SimAudioIO, TheDefaultOutputUnitPlaysIntoTheDefaultOutputAsItIsWhenInitialised) {
-    Heard& heard = this->fHeard.emplace_back();
-    AudioUnit unit = NewOutputUnit(kAudioUnitSubType_DefaultOutput);
-    ASSERT_NE(unit, nullptr);
-    fUnits.push_back(unit);
-    EXPECT_EQ(SetDevice(unit, fSystem->DeviceID(kSimMicrophoneUID)), kAudioUnitErr_PropertyNotWritable);
-    ASSERT_EQ(SetCallback(unit, kAudioUnitProperty_SetRenderCallback, &Heard::Render, &heard), 0);
-    ASSERT_EQ(AudioUnitInitialize(unit), 0);
-    AudioObjectID device = kAudioObjectUnknown;
-    UInt32 size = sizeof device;
-    ASSERT_EQ(AudioUnitGetProperty(unit, kAudioOutputUnitProperty_CurrentDevice, kAudioUnitScope_Global, 0, &device,
-                                   &size),
-              0);
-    EXPECT_EQ(device, fSystem->DeviceID(kSimSpeakersUID));
-    ASSERT_EQ(AudioOutputUnitStart(unit), 0);
+TEST_F(SimAudioIO, TheDefaultOutputUnitPlaysIntoTheDefaultOutputUnlessGivenADevice) {
+    PlugOutput("other", 1.0);
+    Heard& following = this->fHeard.emplace_back();
+    Heard& pinned = this->fHeard.emplace_back();
+    for (Heard* heard : {&following, &pinned}) {
+        AudioUnit unit = NewOutputUnit(kAudioUnitSubType_DefaultOutput);
+        ASSERT_NE(unit, nullptr);
+        fUnits.push_back(unit);
+        if (heard == &pinned) {
+            ASSERT_EQ(SetDevice(unit, fSystem->DeviceID("other")), 0);
+        }
+        ASSERT_EQ(SetCallback(unit, kAudioUnitProperty_SetRenderCallback, &Heard::Render, heard), 0);
+        ASSERT_EQ(AudioUnitInitialize(unit), 0);
+        ASSERT_EQ(AudioOutputUnitStart(unit), 0);
+    }
+    const auto deviceOf = [](AudioUnit unit) {
+        AudioObjectID device = kAudioObjectUnknown;
+        UInt32 size = sizeof device;
+        AudioUnitGetProperty(unit, kAudioOutputUnitProperty_CurrentDevice, kAudioUnitScope_Global, 0, &device, &size);
+        return device;
+    };
+    EXPECT_EQ(deviceOf(fUnits[0]), fSystem->DeviceID(kSimSpeakersUID));
+    EXPECT_EQ(deviceOf(fUnits[1]), fSystem->DeviceID("other"));
     Play({kSimSpeakersUID}, 3);
-    EXPECT_TRUE(WaitFor([&] { return heard.count >= 3; }, 10s));
+    EXPECT_TRUE(WaitFor([&] { return following.count >= 3 && pinned.count >= 2; }, 10s));
 }
 
 TEST_F(SimAudioIO, NothingAllocatesOnTheIOThreadsOnceRunning) {
@@ -198,6 +155,70 @@ TEST_F(SimAudioIO, DevicesClocksDrift) {
     EXPECT_EQ(slow.count, 248);
     EXPECT_EQ(exact.count, 250);
     EXPECT_EQ(fast.count, 251);
+    AudioTimeStamp time{};
+    ASSERT_EQ(AudioDeviceGetCurrentTime(fSystem->DeviceID("fast"), &time), 0);
+    EXPECT_DOUBLE_EQ(time.mRateScalar, 1.005) << "how the play-through learns of the drift";
+    EXPECT_NEAR(time.mSampleTime, 2.5 * 48000 * 1.005, 1);
+}
+
+// Records the capture driver as a recorder does: signed 16-bit interleaved.
+struct Int16Recorder {
+    AudioUnit unit = nullptr;
+    std::vector<SInt16> samples;
+    std::atomic<int> count{0};
+    std::atomic<OSStatus> status{noErr};
+
+    static OSStatus Input(void* refCon, AudioUnitRenderActionFlags* flags, const AudioTimeStamp* time, UInt32 bus,
+                          UInt32 frames, AudioBufferList*) {
+        auto& self = *static_cast<Int16Recorder*>(refCon);
+        SInt16 block[2 * 1024];
+        AudioBufferList list{1, {{2, UInt32(sizeof block), block}}};
+        self.status = AudioUnitRender(self.unit, flags, time, bus, frames, &list);
+        if (self.samples.size() + 2 * frames <= self.samples.capacity())
+            self.samples.insert(self.samples.end(), block, block + 2 * frames);
+        ++self.count;
+        return noErr;
+    }
+};
+
+TEST_F(SimAudioIO, AUnitRecordsSigned16BitSamplesAtTheDevicesRate) {
+    const AudioObjectID playedInto = fSystem->DeviceID(kCaptureDriverPlayedIntoUID);
+    ASSERT_EQ(Write(playedInto, Address(kCaptureDriverPropertyCanBeDefault), kCFBooleanTrue), 0);
+    ASSERT_TRUE(fSystem->SetDefault(kAudioHardwarePropertyDefaultOutputDevice, kCaptureDriverPlayedIntoUID));
+    Int16Recorder recorder;
+    recorder.samples.reserve(2 * 48000);
+    recorder.unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
+    fUnits.push_back(recorder.unit);
+    ASSERT_EQ(SetUInt32(recorder.unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
+    ASSERT_EQ(SetUInt32(recorder.unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0), 0);
+    ASSERT_EQ(SetDevice(recorder.unit, fSystem->DeviceID(kCaptureDriverRecordedFromUID)), 0);
+    Float64 rate = 0;
+    UInt32 size = sizeof rate;
+    ASSERT_EQ(AudioUnitGetProperty(recorder.unit, kAudioUnitProperty_SampleRate, kAudioUnitScope_Output, 1, &rate,
+                                   &size),
+              0);
+    EXPECT_EQ(rate, 48000) << "the client side follows the device until set";
+    AudioStreamBasicDescription format{48000, kAudioFormatLinearPCM,
+                                       kAudioFormatFlagIsSignedInteger | kAudioFormatFlagIsPacked, 4, 1, 4, 2, 16, 0};
+    ASSERT_EQ(AudioUnitSetProperty(recorder.unit, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output, 1, &format,
+                                   sizeof format),
+              0);
+    ASSERT_EQ(SetCallback(recorder.unit, kAudioOutputUnitProperty_SetInputCallback, &Int16Recorder::Input, &recorder),
+              0);
+    ASSERT_EQ(AudioUnitInitialize(recorder.unit), 0);
+    ASSERT_EQ(AudioOutputUnitStart(recorder.unit), 0);
+
+    Play({kCaptureDriverPlayedIntoUID, kCaptureDriverRecordedFromUID}, 50);
+    ASSERT_TRUE(WaitFor([&] { return recorder.count >= 50; }, 10s));
+    ASSERT_EQ(AudioOutputUnitStop(recorder.unit), 0);
+    EXPECT_EQ(recorder.status, noErr);
+    std::vector<Float32> left;
+    for (size_t i = 2 * 4800; i < recorder.samples.size(); i += 2) {
+        EXPECT_EQ(recorder.samples[i], recorder.samples[i + 1]);
+        left.push_back(recorder.samples[i] / 32768.0f);
+    }
+    EXPECT_NEAR(Peak(left), DbfsToLevel(-12), 0.002);
+    EXPECT_NEAR(Frequency(left, 48000), 440, 1);
 }
 
 } // namespace

@@ -80,6 +80,9 @@ public:
     // Stops it; kAudioHardwareNoError too when it was not started or the
     // device has gone.
     virtual OSStatus StopDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) = 0;
+    // Where a running device's clock is now, with its rate scalar;
+    // kAudioHardwareNotRunningError while it runs no proc.
+    virtual OSStatus GetCurrentTime(AudioObjectID device, AudioTimeStamp& time) = 0;
 };
 
 // The installed layer, or null before one is installed. Any thread.

@@ -94,6 +94,17 @@ uint64_t SimAudioDeviceIO::Cycles() const {
     return fCycles;
 }
 
+bool SimAudioDeviceIO::CurrentTime(AudioTimeStamp& time) const {
+    std::unique_lock lock(fMutex, std::defer_lock);
+    if (!OnThisThread()) lock.lock();
+    if (!Live()) return false;
+    const int64_t now = zTime::MicroNow();
+    time = TimeOf(0);
+    time.mSampleTime += Float64(now - fOrigin) * fRate * fClockRate / 1e6;
+    time.mHostTime = static_cast<UInt64>(now) * 1000;
+    return true;
+}
+
 AudioTimeStamp SimAudioDeviceIO::TimeOf(uint64_t cycle) const {
     AudioTimeStamp time{};
     time.mSampleTime = fOriginSample + Float64(cycle) * fFrames;

@@ -42,6 +42,8 @@ public:
     void Configure(Float64 rate, UInt32 frames);
     // Cycles run so far.
     uint64_t Cycles() const;
+    // Where the clock is now; false while no proc runs.
+    bool CurrentTime(AudioTimeStamp& time) const;
 
 private:
     struct Proc {

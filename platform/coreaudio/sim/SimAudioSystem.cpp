@@ -240,6 +240,16 @@ OSStatus SimAudioSystem::StopDeviceIO(AudioObjectID device, AudioDeviceIOProc pr
     return kAudioHardwareNoError;
 }
 
+OSStatus SimAudioSystem::GetCurrentTime(AudioObjectID device, AudioTimeStamp& time) {
+    {
+        std::lock_guard lock(fMutex);
+        if (const OSStatus fault = IOFault(device, SimAudioCall::CurrentTime)) return fault;
+        if (!fState.Find(device)) return kAudioHardwareBadDeviceError;
+    }
+    const auto io = IO(device, nullptr);
+    return io && io->CurrentTime(time) ? kAudioHardwareNoError : kAudioHardwareNotRunningError;
+}
+
 void SimAudioSystem::Publish(const SimAudioChanges& changes) {
     fListeners.Notify(changes);
     bool route = false;

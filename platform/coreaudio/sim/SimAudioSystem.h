@@ -17,7 +17,7 @@ namespace qcp::coreaudio::sim {
 
 // Which calls a fault applies to: property calls, or starting and stopping
 // device I/O.
-enum class SimAudioCall { Any, HasProperty, IsSettable, GetSize, GetData, SetData, StartIO, StopIO };
+enum class SimAudioCall { Any, HasProperty, IsSettable, GetSize, GetData, SetData, StartIO, StopIO, CurrentTime };
 
 // The simulated sound system: the "sim" device layer, and the world behind it
 // that tests and demonstrations change while it runs (devices plugged in and
@@ -48,6 +48,7 @@ public:
                                     AudioObjectPropertyListenerProc proc, void* clientData) override;
     OSStatus StartDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) override;
     OSStatus StopDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) override;
+    OSStatus GetCurrentTime(AudioObjectID device, AudioTimeStamp& time) override;
 
     // The world. A device is named by its UID, which survives unplugging;
     // its id does not.

@@ -46,12 +46,14 @@ std::vector<UInt32> BufferLayout(UInt32 channels, bool interleaved) {
     return interleaved ? std::vector<UInt32>{channels} : std::vector<UInt32>(channels, 1);
 }
 
-void OwnedBufferList::Allocate(std::vector<UInt32> layout, UInt32 capacity) {
+void OwnedBufferList::Allocate(std::vector<UInt32> layout, UInt32 capacity, UInt32 sampleBytes) {
     fLayout = std::move(layout);
     fCapacity = capacity;
+    fSampleBytes = sampleBytes;
     UInt32 channels = 0;
     for (const UInt32 count : fLayout) channels += count;
-    fSamples.assign(size_t{channels} * capacity, 0.0f);
+    // Whole floats, so that float samples stay aligned.
+    fSamples.assign((size_t{channels} * capacity * sampleBytes + sizeof(Float32) - 1) / sizeof(Float32), 0.0f);
     // Room for the one buffer the type declares even when there are none.
     const size_t buffers = std::max<size_t>(fLayout.size(), 1);
     fList.assign(offsetof(AudioBufferList, mBuffers) + buffers * sizeof(AudioBuffer), std::byte{0});
@@ -61,13 +63,13 @@ void OwnedBufferList::Allocate(std::vector<UInt32> layout, UInt32 capacity) {
 AudioBufferList& OwnedBufferList::Prepare(UInt32 frames) {
     frames = std::min(frames, fCapacity);
     AudioBufferList& list = List();
-    Float32* data = fSamples.data();
+    auto* data = reinterpret_cast<std::byte*>(fSamples.data());
     for (UInt32 i = 0; i < list.mNumberBuffers; ++i) {
         AudioBuffer& buffer = list.mBuffers[i];
         buffer.mNumberChannels = fLayout[i];
-        buffer.mDataByteSize = frames * fLayout[i] * sizeof(Float32);
+        buffer.mDataByteSize = frames * fLayout[i] * fSampleBytes;
         buffer.mData = data;
-        data += size_t{fLayout[i]} * fCapacity;
+        data += size_t{fLayout[i]} * fCapacity * fSampleBytes;
     }
     return list;
 }

@@ -26,11 +26,12 @@ void Silence(AudioBufferList& list, UInt32 frames);
 // buffer or one buffer each.
 std::vector<UInt32> BufferLayout(UInt32 channels, bool interleaved);
 
-// A buffer list with its own storage: one interleaved float32 buffer per
-// entry of `layout` with that many channels, room for `capacity` frames.
+// A buffer list with its own storage: one interleaved buffer per entry of
+// `layout` with that many channels, room for `capacity` frames of samples of
+// `sampleBytes` bytes (float32 unless said).
 class OwnedBufferList {
 public:
-    void Allocate(std::vector<UInt32> layout, UInt32 capacity);
+    void Allocate(std::vector<UInt32> layout, UInt32 capacity, UInt32 sampleBytes = sizeof(Float32));
     // The list, its sizes set for `frames` (at most the capacity) and its
     // data pointing at the storage again.
     AudioBufferList& Prepare(UInt32 frames);
@@ -43,6 +44,7 @@ private:
     std::vector<std::byte> fList;
     std::vector<UInt32> fLayout;
     UInt32 fCapacity = 0;
+    UInt32 fSampleBytes = sizeof(Float32);
 };
 
 } // namespace qcp::coreaudio

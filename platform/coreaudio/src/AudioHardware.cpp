@@ -95,6 +95,13 @@ OSStatus AudioHardwareGetPropertyInfo(AudioHardwarePropertyID inPropertyID, UInt
                        : kAudioHardwareNoError;
 }
 
+OSStatus AudioDeviceGetCurrentTime(AudioObjectID inDevice, AudioTimeStamp* outTime) {
+    auto* layer = Current();
+    if (!layer) return kAudioHardwareNotRunningError;
+    if (!outTime) return kAudio_ParamError;
+    return layer->GetCurrentTime(inDevice, *outTime);
+}
+
 OSStatus AudioHardwareGetProperty(AudioHardwarePropertyID inPropertyID, UInt32* ioPropertyDataSize,
                                   void* outPropertyData) {
     const AudioObjectPropertyAddress address{inPropertyID, kAudioObjectPropertyScopeGlobal,

@@ -4,20 +4,33 @@
 
 #include "AudioToolbox/AudioUnit.h"
 #include "HALOutputUnit.h"
+#include "VarispeedUnit.h"
 
 namespace {
 
+using qcp::coreaudio::AudioUnitInstance;
 using qcp::coreaudio::HALOutputUnit;
+using qcp::coreaudio::VarispeedUnit;
+
+enum class Kind { HALOutput, DefaultOutput, Varispeed };
 
 struct Component {
     AudioComponentDescription description;
-    bool defaultOutput;
+    Kind kind;
 };
 
 const Component kComponents[] = {
-    {{kAudioUnitType_Output, kAudioUnitSubType_HALOutput, kAudioUnitManufacturer_Apple, 0, 0}, false},
-    {{kAudioUnitType_Output, kAudioUnitSubType_DefaultOutput, kAudioUnitManufacturer_Apple, 0, 0}, true},
+    {{kAudioUnitType_Output, kAudioUnitSubType_HALOutput, kAudioUnitManufacturer_Apple, 0, 0}, Kind::HALOutput},
+    {{kAudioUnitType_Output, kAudioUnitSubType_DefaultOutput, kAudioUnitManufacturer_Apple, 0, 0},
+     Kind::DefaultOutput},
+    {{kAudioUnitType_FormatConverter, kAudioUnitSubType_Varispeed, kAudioUnitManufacturer_Apple, 0, 0},
+     Kind::Varispeed},
 };
+
+AudioUnitInstance* Make(Kind kind) {
+    if (kind == Kind::Varispeed) return new VarispeedUnit();
+    return new HALOutputUnit(kind == Kind::DefaultOutput);
+}
 
 bool Matches(const AudioComponentDescription& wanted, const AudioComponentDescription& have) {
     return (!wanted.componentType || wanted.componentType == have.componentType) &&
@@ -30,7 +43,7 @@ const Component* ComponentOf(AudioComponent component) {
     return record >= std::begin(kComponents) && record < std::end(kComponents) ? record : nullptr;
 }
 
-HALOutputUnit* UnitOf(AudioUnit unit) { return reinterpret_cast<HALOutputUnit*>(unit); }
+AudioUnitInstance* UnitOf(AudioUnit unit) { return reinterpret_cast<AudioUnitInstance*>(unit); }
 
 } // namespace
 
@@ -56,7 +69,7 @@ OSStatus AudioComponentGetDescription(AudioComponent inComponent, AudioComponent
 OSStatus AudioComponentInstanceNew(AudioComponent inComponent, AudioComponentInstance* outInstance) {
     const Component* component = ComponentOf(inComponent);
     if (!component || !outInstance) return kAudio_ParamError;
-    *outInstance = reinterpret_cast<AudioComponentInstance>(new HALOutputUnit(component->defaultOutput));
+    *outInstance = reinterpret_cast<AudioComponentInstance>(Make(component->kind));
     return noErr;
 }
 
@@ -75,6 +88,18 @@ OSStatus AudioUnitUninitialize(AudioUnit inUnit) {
 OSStatus AudioOutputUnitStart(AudioUnit ci) { return ci ? UnitOf(ci)->Start() : kAudio_ParamError; }
 
 OSStatus AudioOutputUnitStop(AudioUnit ci) { return ci ? UnitOf(ci)->Stop() : kAudio_ParamError; }
+
+OSStatus AudioUnitGetParameter(AudioUnit inUnit, AudioUnitParameterID inID, AudioUnitScope inScope,
+                               AudioUnitElement inElement, AudioUnitParameterValue* outValue) {
+    if (!inUnit || !outValue) return kAudio_ParamError;
+    return UnitOf(inUnit)->GetParameter(inID, inScope, inElement, *outValue);
+}
+
+OSStatus AudioUnitSetParameter(AudioUnit inUnit, AudioUnitParameterID inID, AudioUnitScope inScope,
+                               AudioUnitElement inElement, AudioUnitParameterValue inValue, UInt32) {
+    if (!inUnit) return kAudio_ParamError;
+    return UnitOf(inUnit)->SetParameter(inID, inScope, inElement, inValue);
+}
 
 OSStatus AudioUnitGetPropertyInfo(AudioUnit inUnit, AudioUnitPropertyID inID, AudioUnitScope inScope,
                                   AudioUnitElement inElement, UInt32* outDataSize, Boolean* outWritable) {

@@ -1,40 +1,17 @@
 #include "HALOutputUnit.h"
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
 #include "AudioDeviceLayer.h"
+#include "AudioFormats.h"
 
 namespace qcp::coreaudio {
 namespace {
 
 constexpr AudioUnitElement kOutputElement = 0;
 constexpr AudioUnitElement kInputElement = 1;
-constexpr UInt32 kFloatBytes = sizeof(Float32);
-
-AudioStreamBasicDescription FloatFormat(Float64 rate, UInt32 channels, bool interleaved) {
-    AudioStreamBasicDescription format{};
-    format.mSampleRate = rate;
-    format.mFormatID = kAudioFormatLinearPCM;
-    format.mFormatFlags = kAudioFormatFlagsNativeFloatPacked;
-    if (!interleaved) format.mFormatFlags |= kAudioFormatFlagIsNonInterleaved;
-    format.mFramesPerPacket = 1;
-    format.mChannelsPerFrame = channels;
-    format.mBitsPerChannel = 32;
-    format.mBytesPerFrame = interleaved ? channels * kFloatBytes : kFloatBytes;
-    format.mBytesPerPacket = format.mBytesPerFrame;
-    return format;
-}
-
-bool Interleaved(const AudioStreamBasicDescription& format) {
-    return !(format.mFormatFlags & kAudioFormatFlagIsNonInterleaved);
-}
-
-bool Supported(const AudioStreamBasicDescription& format) {
-    return format.mFormatID == kAudioFormatLinearPCM && (format.mFormatFlags & kAudioFormatFlagIsFloat) &&
-           !(format.mFormatFlags & kAudioFormatFlagIsBigEndian) && format.mBitsPerChannel == 32 &&
-           format.mChannelsPerFrame > 0 && format.mSampleRate > 0 && format.mFramesPerPacket == 1;
-}
 
 // The channels of a device's streams in `scope`.
 OSStatus DeviceChannels(AudioObjectID device, AudioObjectPropertyScope scope, UInt32& channels) {
@@ -59,6 +36,13 @@ OSStatus ReadDevice(AudioObjectID object, AudioObjectPropertySelector selector, 
     return AudioObjectGetPropertyData(object, &address, 0, nullptr, &size, &value);
 }
 
+UInt32 SampleBytes(const AudioStreamBasicDescription& format) { return format.mBitsPerChannel / 8; }
+
+// Buffers in `format`'s layout for `frames` frames.
+void AllocateFor(OwnedBufferList& buffers, const AudioStreamBasicDescription& format, UInt32 frames) {
+    buffers.Allocate(BufferLayout(format.mChannelsPerFrame, IsInterleaved(format)), frames, SampleBytes(format));
+}
+
 } // namespace
 
 HALOutputUnit::HALOutputUnit(bool defaultOutput)
@@ -67,16 +51,31 @@ HALOutputUnit::HALOutputUnit(bool defaultOutput)
 
 HALOutputUnit::~HALOutputUnit() { Stop(); }
 
+AudioObjectID HALOutputUnit::TargetDevice() const {
+    AudioObjectID device = fDevice;
+    if (fDefaultOutput && !fDeviceSet &&
+        ReadDevice(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice, device) != noErr)
+        return kAudioObjectUnknown;
+    return device;
+}
+
+OSStatus HALOutputUnit::FollowDevice(AudioObjectID device) {
+    Float64 rate = 0;
+    if (const OSStatus status = ReadDevice(device, kAudioDevicePropertyNominalSampleRate, rate)) return status;
+    UInt32 inputs = 0, outputs = 0;
+    DeviceChannels(device, kAudioObjectPropertyScopeInput, inputs);
+    DeviceChannels(device, kAudioObjectPropertyScopeOutput, outputs);
+    if (!fOutputClientSet) fOutputClient = FloatFormat(rate, outputs ? outputs : 2, false);
+    if (!fInputClientSet) fInputClient = FloatFormat(rate, inputs ? inputs : 2, false);
+    return noErr;
+}
+
 OSStatus HALOutputUnit::Initialize() {
     std::lock_guard lock(fMutex);
     if (fInitialized) return noErr;
-    AudioObjectID device = fDevice;
-    if (fDefaultOutput) {
-        if (const OSStatus status = ReadDevice(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice,
-                                               device))
-            return status;
-    }
+    const AudioObjectID device = TargetDevice();
     if (device == kAudioObjectUnknown) return kAudioUnitErr_NoConnection;
+    if (const OSStatus status = FollowDevice(device)) return status;
     Float64 rate = 0;
     if (const OSStatus status = ReadDevice(device, kAudioDevicePropertyNominalSampleRate, rate)) return status;
     UInt32 inputs = 0, outputs = 0;
@@ -88,18 +87,35 @@ OSStatus HALOutputUnit::Initialize() {
         if (const OSStatus status = DeviceChannels(device, kAudioObjectPropertyScopeOutput, outputs)) return status;
         if (outputs == 0) return kAudioUnitErr_NoConnection;
     }
-    // A format the client never chose follows the device.
-    if (!fOutputClientSet) fOutputClient = FloatFormat(rate, outputs ? outputs : 2, false);
-    if (!fInputClientSet) fInputClient = FloatFormat(rate, inputs ? inputs : 2, false);
     if ((fOutputEnabled && fOutputClient.mSampleRate != rate) || (fInputEnabled && fInputClient.mSampleRate != rate))
         return kAudioUnitErr_FormatNotSupported;
+    // Room for the largest buffer the device may be given.
+    AudioValueRange range{};
+    UInt32 capacity = fMaxFrames;
+    if (ReadDevice(device, kAudioDevicePropertyBufferFrameSizeRange, range) == noErr)
+        capacity = std::max(capacity, static_cast<UInt32>(range.mMaximum));
 
+    Converter renderConverter, inputConverter;
+    for (const bool output : {true, false}) {
+        const AudioStreamBasicDescription& client = output ? fOutputClient : fInputClient;
+        if (IsFloat(client)) continue;
+        const AudioStreamBasicDescription floats =
+            FloatFormat(client.mSampleRate, client.mChannelsPerFrame, IsInterleaved(client));
+        AudioConverterRef converter = nullptr;
+        const OSStatus status = output ? AudioConverterNew(&client, &floats, &converter)
+                                       : AudioConverterNew(&floats, &client, &converter);
+        if (status != noErr) return status;
+        (output ? renderConverter : inputConverter).reset(converter);
+        AllocateFor(output ? fRenderFloat : fInputFloat, floats, capacity);
+    }
+    fRenderConverter = std::move(renderConverter);
+    fInputConverter = std::move(inputConverter);
     fActiveDevice = device;
     fDeviceRate = rate;
     fDeviceInputChannels = inputs;
     fDeviceOutputChannels = outputs;
-    fRenderBuffers.Allocate(BufferLayout(fOutputClient.mChannelsPerFrame, Interleaved(fOutputClient)), fMaxFrames);
-    fInputBuffers.Allocate(BufferLayout(fInputClient.mChannelsPerFrame, Interleaved(fInputClient)), fMaxFrames);
+    AllocateFor(fRenderBuffers, fOutputClient, capacity);
+    AllocateFor(fInputBuffers, fInputClient, capacity);
     fInitialized = true;
     return noErr;
 }
@@ -158,11 +174,11 @@ OSStatus HALOutputUnit::Locate(AudioUnitPropertyID id, AudioUnitScope scope, Aud
     case kAudioOutputUnitProperty_IsRunning:
     case kAudioUnitProperty_MaximumFramesPerSlice:
     case kAudioOutputUnitProperty_SetInputCallback:
+    case kAudioDevicePropertyBufferFrameSize:
         if (!global) return kAudioUnitErr_InvalidScope;
         size = id == kAudioOutputUnitProperty_SetInputCallback ? sizeof(AURenderCallbackStruct) : sizeof(UInt32);
         writable = id != kAudioOutputUnitProperty_IsRunning &&
-                   !(fDefaultOutput && (id == kAudioOutputUnitProperty_CurrentDevice ||
-                                        id == kAudioOutputUnitProperty_SetInputCallback));
+                   !(fDefaultOutput && id == kAudioOutputUnitProperty_SetInputCallback);
         return noErr;
     case kAudioOutputUnitProperty_EnableIO:
         if (scope != kAudioUnitScope_Input && scope != kAudioUnitScope_Output) return kAudioUnitErr_InvalidScope;
@@ -178,9 +194,10 @@ OSStatus HALOutputUnit::Locate(AudioUnitPropertyID id, AudioUnitScope scope, Aud
         writable = true;
         return noErr;
     case kAudioUnitProperty_StreamFormat:
+    case kAudioUnitProperty_SampleRate:
         if (scope != kAudioUnitScope_Input && scope != kAudioUnitScope_Output) return kAudioUnitErr_InvalidScope;
         if (element != kOutputElement && element != kInputElement) return kAudioUnitErr_InvalidElement;
-        size = sizeof(AudioStreamBasicDescription);
+        size = id == kAudioUnitProperty_SampleRate ? sizeof(Float64) : sizeof(AudioStreamBasicDescription);
         writable = const_cast<HALOutputUnit*>(this)->ClientFormat(scope, element) != nullptr;
         return noErr;
     case kAudioUnitProperty_SetRenderCallback:
@@ -214,18 +231,28 @@ OSStatus HALOutputUnit::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope
     };
     switch (id) {
     case kAudioOutputUnitProperty_CurrentDevice:
-        return put(fInitialized ? fActiveDevice : fDevice);
+        return put(fInitialized ? fActiveDevice : TargetDevice());
     case kAudioOutputUnitProperty_IsRunning:
         return put(UInt32{fRunning});
     case kAudioUnitProperty_MaximumFramesPerSlice:
         return put(fMaxFrames);
+    case kAudioDevicePropertyBufferFrameSize: {
+        const AudioObjectID device = fInitialized ? fActiveDevice : TargetDevice();
+        if (device == kAudioObjectUnknown) return kAudioUnitErr_NoConnection;
+        UInt32 frames = 0;
+        if (const OSStatus status = ReadDevice(device, kAudioDevicePropertyBufferFrameSize, frames)) return status;
+        return put(frames);
+    }
     case kAudioOutputUnitProperty_EnableIO:
         return put(UInt32{scope == kAudioUnitScope_Input ? fInputEnabled : fOutputEnabled});
     case kAudioUnitProperty_ShouldAllocateBuffer:
         return put(UInt32{fAllocateInput});
     case kAudioUnitProperty_StreamFormat:
-        if (const auto* client = ClientFormat(scope, element)) return put(*client);
-        return put(DeviceFormat(scope));
+    case kAudioUnitProperty_SampleRate: {
+        const AudioStreamBasicDescription* client = ClientFormat(scope, element);
+        const AudioStreamBasicDescription format = client ? *client : DeviceFormat(scope);
+        return id == kAudioUnitProperty_SampleRate ? put(format.mSampleRate) : put(format);
+    }
     case kAudioOutputUnitProperty_SetInputCallback:
         return put(fInputCallback);
     default: // the render callback can only be set
@@ -248,9 +275,23 @@ OSStatus HALOutputUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope
     UInt32 flag = 0;
     std::memcpy(&flag, data, std::min<UInt32>(size, sizeof flag));
     switch (id) {
-    case kAudioOutputUnitProperty_CurrentDevice:
-        std::memcpy(&fDevice, data, sizeof fDevice);
+    case kAudioOutputUnitProperty_CurrentDevice: {
+        AudioObjectID device = kAudioObjectUnknown;
+        std::memcpy(&device, data, sizeof device);
+        if (device != kAudioObjectUnknown) {
+            if (const OSStatus status = FollowDevice(device)) return status;
+        }
+        fDevice = device;
+        fDeviceSet = true;
         return noErr;
+    }
+    case kAudioDevicePropertyBufferFrameSize: {
+        const AudioObjectID device = TargetDevice();
+        if (device == kAudioObjectUnknown) return kAudioUnitErr_NoConnection;
+        const AudioObjectPropertyAddress address{kAudioDevicePropertyBufferFrameSize,
+                                                 kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+        return AudioObjectSetPropertyData(device, &address, 0, nullptr, sizeof flag, &flag);
+    }
     case kAudioUnitProperty_MaximumFramesPerSlice:
         if (flag == 0) return kAudioUnitErr_InvalidPropertyValue;
         fMaxFrames = flag;
@@ -264,10 +305,17 @@ OSStatus HALOutputUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope
     case kAudioUnitProperty_StreamFormat: {
         AudioStreamBasicDescription format;
         std::memcpy(&format, data, sizeof format);
-        if (!Supported(format)) return kAudioUnitErr_FormatNotSupported;
-        const bool interleaved = Interleaved(format);
+        if (!IsPCMFormat(format, true)) return kAudioUnitErr_FormatNotSupported;
         *ClientFormat(scope, element) =
-            FloatFormat(format.mSampleRate, format.mChannelsPerFrame, interleaved);
+            PCMFormat(format.mSampleRate, format.mChannelsPerFrame, IsInterleaved(format), IsFloat(format));
+        (element == kOutputElement ? fOutputClientSet : fInputClientSet) = true;
+        return noErr;
+    }
+    case kAudioUnitProperty_SampleRate: {
+        Float64 rate = 0;
+        std::memcpy(&rate, data, sizeof rate);
+        if (!(rate > 0)) return kAudioUnitErr_InvalidPropertyValue;
+        ClientFormat(scope, element)->mSampleRate = rate;
         (element == kOutputElement ? fOutputClientSet : fInputClientSet) = true;
         return noErr;
     }
@@ -294,18 +342,20 @@ OSStatus HALOutputUnit::Render(AudioUnitRenderActionFlags*, const AudioTimeStamp
         if (data.mNumberBuffers != own.mNumberBuffers) return kAudio_ParamError;
         for (UInt32 i = 0; i < own.mNumberBuffers; ++i) data.mBuffers[i] = own.mBuffers[i];
     }
-    CopyChannels(*input, data, frames);
-    return noErr;
+    if (!fInputConverter) {
+        CopyChannels(*input, data, frames);
+        return noErr;
+    }
+    AudioBufferList& floats = fInputFloat.Prepare(frames);
+    CopyChannels(*input, floats, frames);
+    return AudioConverterConvertComplexBuffer(fInputConverter.get(), frames, &floats, &data);
 }
 
 void HALOutputUnit::Cycle(const AudioBufferList* input, const AudioTimeStamp& inputTime, AudioBufferList* output,
                           const AudioTimeStamp& outputTime) {
     if (fInputEnabled && input && fInputCallback.inputProc) {
         UInt32 frames = 0;
-        if (fDeviceInputChannels) {
-            const ChannelSamples first = Channel(*input, 0);
-            frames = first.frames;
-        }
+        if (fDeviceInputChannels) frames = std::min(Channel(*input, 0).frames, fInputBuffers.Capacity());
         fCycleFrames.store(frames, std::memory_order_relaxed);
         fCycleInput.store(input, std::memory_order_release);
         AudioUnitRenderActionFlags flags = 0;
@@ -313,16 +363,26 @@ void HALOutputUnit::Cycle(const AudioBufferList* input, const AudioTimeStamp& in
         fCycleInput.store(nullptr, std::memory_order_release);
     }
     if (!fOutputEnabled || !output) return;
-    const ChannelSamples first = Channel(*output, 0);
-    const UInt32 frames = std::min(first.frames, fRenderBuffers.Capacity());
+    // A device buffer larger than the room made at initialisation plays
+    // silence beyond it.
+    const UInt32 frames = std::min(Channel(*output, 0).frames, fRenderBuffers.Capacity());
     AudioBufferList& client = fRenderBuffers.Prepare(frames);
     AudioUnitRenderActionFlags flags = 0;
-    const OSStatus status = fRenderCallback.inputProc
-                                ? fRenderCallback.inputProc(fRenderCallback.inputProcRefCon, &flags, &outputTime,
-                                                            kOutputElement, frames, &client)
-                                : kAudioUnitErr_NoConnection;
-    if (status != noErr) Silence(client, frames);
-    CopyChannels(client, *output, frames);
+    OSStatus status = fRenderCallback.inputProc ? fRenderCallback.inputProc(fRenderCallback.inputProcRefCon, &flags,
+                                                                             &outputTime, kOutputElement, frames,
+                                                                             &client)
+                                                : kAudioUnitErr_NoConnection;
+    const AudioBufferList* played = &client;
+    if (status == noErr && fRenderConverter) {
+        AudioBufferList& floats = fRenderFloat.Prepare(frames);
+        status = AudioConverterConvertComplexBuffer(fRenderConverter.get(), frames, &client, &floats);
+        played = &floats;
+    }
+    if (status != noErr) {
+        Silence(*output, Channel(*output, 0).frames);
+        return;
+    }
+    CopyChannels(*played, *output, frames);
 }
 
 OSStatus HALOutputUnit::IOProc(AudioObjectID, const AudioTimeStamp*, const AudioBufferList* input,

@@ -8,6 +8,8 @@ typedef UInt32 AudioUnitPropertyID;
 typedef UInt32 AudioUnitScope;
 typedef UInt32 AudioUnitElement;
 typedef UInt32 AudioUnitRenderActionFlags;
+typedef UInt32 AudioUnitParameterID;
+typedef Float32 AudioUnitParameterValue;
 
 enum : OSType {
     kAudioUnitType_Output = qcp::coreaudio::FourCC("auou"),
@@ -69,6 +71,12 @@ OSStatus AudioUnitGetProperty(AudioUnit inUnit, AudioUnitPropertyID inID, AudioU
                               AudioUnitElement inElement, void* outData, UInt32* ioDataSize);
 OSStatus AudioUnitSetProperty(AudioUnit inUnit, AudioUnitPropertyID inID, AudioUnitScope inScope,
                               AudioUnitElement inElement, const void* inData, UInt32 inDataSize);
+OSStatus AudioUnitGetParameter(AudioUnit inUnit, AudioUnitParameterID inID, AudioUnitScope inScope,
+                               AudioUnitElement inElement, AudioUnitParameterValue* outValue);
+// Takes effect from the next render; `inBufferOffsetInFrames` is ignored.
+OSStatus AudioUnitSetParameter(AudioUnit inUnit, AudioUnitParameterID inID, AudioUnitScope inScope,
+                               AudioUnitElement inElement, AudioUnitParameterValue inValue,
+                               UInt32 inBufferOffsetInFrames);
 OSStatus AudioUnitRender(AudioUnit inUnit, AudioUnitRenderActionFlags* ioActionFlags,
                          const AudioTimeStamp* inTimeStamp, UInt32 inOutputBusNumber, UInt32 inNumberFrames,
                          AudioBufferList* ioData);

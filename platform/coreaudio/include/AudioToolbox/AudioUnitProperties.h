@@ -44,6 +44,14 @@ enum : AudioUnitPropertyID {
     kAudioOutputUnitProperty_StartTimestampsAtZero = 2007,
 };
 
+// The varispeed unit's parameters (global scope, element 0): how fast it
+// plays its input, as a rate (0.25 to 4) or in cents (-2400 to 2400); setting
+// one sets the other.
+enum : AudioUnitParameterID {
+    kVarispeedParam_PlaybackRate = 0,
+    kVarispeedParam_PlaybackCents = 1,
+};
+
 struct AURenderCallbackStruct {
     AURenderCallback inputProc;
     void* inputProcRefCon;
