@@ -8,6 +8,10 @@
 #if QCP_HAVE_LINUX_PLATFORM
 #include "X11Factory.h"
 #endif
+#if QCP_HAVE_COREAUDIO_STANDIN
+#include "AudioDeviceLayer.h"
+#include "SimAudioSystem.h"
+#endif
 
 namespace qcp::platform {
 
@@ -30,6 +34,15 @@ bool SelectFromEnvironment(std::string& error) {
     }
     error = "QCP_PLATFORM=" + std::string(name) + " is unknown (known: linux, sim)";
     return false;
+}
+
+void SelectAudioFromEnvironment() {
+#if QCP_HAVE_COREAUDIO_STANDIN
+    if (coreaudio::Current()) return;
+    const char* requested = std::getenv("QCP_PLATFORM");
+    if (requested && std::string_view(requested) == "sim")
+        coreaudio::Install(coreaudio::sim::CreateDefaultSimAudioSystem());
+#endif
 }
 
 } // namespace qcp::platform

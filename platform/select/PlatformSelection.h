@@ -15,4 +15,11 @@ namespace qcp::platform {
 // unknown, or when the native platform is asked for and not built.
 bool SelectFromEnvironment(std::string& error);
 
+// Installs the sound system QCP_PLATFORM names behind CoreAudio's functions,
+// unless one is installed already (as tests do), on systems without
+// CoreAudio: "sim" installs the default simulated sound system; otherwise
+// none is installed yet, and every CoreAudio call answers that the sound
+// system is not running. macOS has its own.
+void SelectAudioFromEnvironment();
+
 } // namespace qcp::platform

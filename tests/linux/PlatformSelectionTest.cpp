@@ -2,10 +2,13 @@
 
 #include "PlatformSelection.h"
 
+#include <CoreAudio/CoreAudio.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
 
+#include "AudioDeviceLayer.h"
 #include "TestDesktop.h"
 #include "zQueue.h"
 #include "zTime.h"
@@ -98,4 +101,27 @@ TEST_F(PlatformSelectionTest, WithoutAnXDisplayLinuxIsInstalledEmptyAndSaysWhyOn
     EXPECT_TRUE(Select(nullptr, error));
     EXPECT_EQ(ExpectNoDesktop(), std::vector<std::string>{"Screen capture: no X display ($DISPLAY is unset)"});
     EXPECT_EQ(error, "");
+}
+
+TEST(AudioSelection, TheSimulatedSoundSystemOnlyWhenNamed) {
+    qcp::coreaudio::Install(nullptr);
+    unsetenv("QCP_PLATFORM");
+    SelectAudioFromEnvironment();
+    EXPECT_EQ(qcp::coreaudio::Current(), nullptr) << "no sound-server layer yet";
+    AudioObjectID device = 0;
+    UInt32 size = sizeof device;
+    const AudioObjectPropertyAddress address{kAudioHardwarePropertyDefaultOutputDevice,
+                                             kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
+    EXPECT_EQ(AudioObjectGetPropertyData(kAudioObjectSystemObject, &address, 0, nullptr, &size, &device),
+              kAudioHardwareNotRunningError);
+
+    setenv("QCP_PLATFORM", "sim", 1);
+    SelectAudioFromEnvironment();
+    qcp::coreaudio::AudioDeviceLayer* sim = qcp::coreaudio::Current();
+    ASSERT_NE(sim, nullptr);
+    EXPECT_EQ(sim->Name(), "sim");
+    SelectAudioFromEnvironment();
+    EXPECT_EQ(qcp::coreaudio::Current(), sim) << "an installed layer stays";
+    qcp::coreaudio::Install(nullptr);
+    unsetenv("QCP_PLATFORM");
 }

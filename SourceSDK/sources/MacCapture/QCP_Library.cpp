@@ -57,6 +57,7 @@ int QCP_IntitializeLibrary(void) {
             MC::UserLog(-2, "Screen capture: " + problem);
             return 0;
         }
+        qcp::platform::SelectAudioFromEnvironment();
         try {
             g_pMacCaptureManager = new MC::MacCaptureManager();
             g_MacSystemAudioCapture = new MC::SystemAudioDevice();
