@@ -171,8 +171,9 @@ TEST_F(ListenerBlocks, ABlockRemovesItselfOnItsQueueWhichGoesWithItsLastCall) {
     // Raised as the block is destroyed, once the registration and every call
     // queued for it are gone.
     struct Gone {
-        std::atomic<bool>& flag;
+        explicit Gone(std::atomic<bool>& flag) : flag(flag) {}
         ~Gone() { flag = true; }
+        std::atomic<bool>& flag;
     };
     std::atomic<bool> gone{false};
     AudioObjectPropertyListenerBlock self;

@@ -21,8 +21,6 @@ struct Registration : std::enable_shared_from_this<Registration> {
         dispatch_retain(queue);
     }
     ~Registration() { dispatch_release(queue); }
-    Registration(const Registration&) = delete;
-    Registration& operator=(const Registration&) = delete;
 
     bool Names(AudioObjectID otherObject, const AudioObjectPropertyAddress& otherAddress, dispatch_queue_t otherQueue,
                const AudioObjectPropertyListenerBlock& otherBlock) const {
@@ -108,8 +106,8 @@ OSStatus AudioObjectRemovePropertyListenerBlock(AudioObjectID inObjectID, const 
     registration->listening = false;
     // Not under the registry's lock: away from the notification thread the
     // layer waits for the listener it is running, which may be adding or
-    // removing blocks itself. On that thread it waits for nothing, and needs
-    // not: this proc is not the one running. Either way the proc is done with
+    // removing blocks itself. On that thread it does not wait, and need not:
+    // the listener running is not this proc. Either way the proc is done with
     // the registration once this returns; the calls still queued hold it.
     return AudioObjectRemovePropertyListener(inObjectID, inAddress, &PostToQueue, registration.get());
 }

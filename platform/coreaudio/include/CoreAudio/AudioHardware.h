@@ -97,13 +97,13 @@ OSStatus AudioObjectRemovePropertyListener(AudioObjectID inObjectID, const Audio
 // are kept here; each change the registration hears on `inObjectID` is
 // posted to `inDispatchQueue`, a serial queue, with its addresses copied, so
 // the block runs there, asynchronously, never on the notification thread, and
-// may call any function here. A registration is
-// named by object, address, queue and block (a copy of the block is the same
-// block); adding one twice has no further effect. Removing it stops the calls
-// not yet started, on the queue itself too; a call already running on the
-// queue may still be finishing as removal returns on another thread. Any
-// thread may add and remove. A null address, queue or block is
-// kAudio_ParamError; removing what is not registered is
+// may call any function here. A registration is named by object, address,
+// queue and block (a copy of the block is the same block); adding one twice
+// has no further effect. Any thread may add and remove, the block's queue
+// and listeners included. Removal drops the calls not yet started; a call
+// already running on the queue may still be finishing as removal returns on
+// another thread (what the queue runs next comes after it). A null address,
+// queue or block is kAudio_ParamError; removing what is not registered is
 // kAudioHardwareIllegalOperationError (CoreAudio does not document it).
 OSStatus AudioObjectAddPropertyListenerBlock(AudioObjectID inObjectID, const AudioObjectPropertyAddress* inAddress,
                                              dispatch_queue_t inDispatchQueue,
