@@ -16,10 +16,12 @@ class Block;
 
 // A callable shared by all copies of the handle, like a copied block: copies
 // are the same block (equal, so they unregister what another copy
-// registered), cheap to make, and the callable lives while any handle does.
-// Null by default. A handle is not synchronised, the callable is called
-// as-is: calling one Block from several threads at once is as safe as the
-// callable is.
+// registered) and cheap to make. The caller makes one from a lambda; the
+// callable lives while any handle does and goes, captures and all, on the
+// thread that drops the last one. Null by default. Distinct handles may be
+// copied, compared and dropped on any threads at once (one handle, like any
+// value, not while another thread assigns it); the callable runs on the
+// thread that calls it, as safe to call from several at once as it is.
 template <class R, class... Args>
 class Block<R(Args...)> {
 public:

@@ -20,8 +20,8 @@ typedef qcp::coreaudio::Block<void()> dispatch_block_t;
 // dispatch_retain adds one, each dispatch_release drops one, and the queue
 // goes, after the work already submitted has run, when the last one is
 // dropped (on any thread, its own included). Each function may be called from
-// any thread, at the same time as any other; a null queue or block does
-// nothing (or makes nothing).
+// any thread, at the same time as any other; a null queue or block is
+// ignored.
 extern "C" {
 // A serial queue whose thread is named `label` (which may be null).
 // `attr` must be DISPATCH_QUEUE_SERIAL.
