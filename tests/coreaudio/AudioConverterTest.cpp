@@ -111,6 +111,9 @@ TEST(AudioConverter, RefusesWhatItCannotDo) {
     TwoBuffers out{2, {{1, 16, samples.data()}, {1, 16, samples.data() + 4}}};
     EXPECT_EQ(AudioConverterConvertComplexBuffer(converter.ref, 5, &AsList(in), &AsList(out)),
               kAudioConverterErr_InvalidInputSize);
+    Converter betweenRates(Format(true, true, 2, 44100), Format(true, false, 2));
+    EXPECT_EQ(AudioConverterConvertComplexBuffer(betweenRates.ref, 4, &AsList(in), &AsList(out)),
+              kAudioConverterErr_OperationNotSupported);
 
     UInt32 frames = 4;
     EXPECT_EQ(AudioConverterFillComplexBuffer(converter.ref, nullptr, nullptr, &frames, &AsList(out), nullptr),

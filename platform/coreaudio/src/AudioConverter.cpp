@@ -26,8 +26,8 @@ constexpr UInt32 kChunkFrames = 1024;
 
 // Float32 interleaved frames in storage sized once.
 struct Scratch {
-    explicit Scratch(const PCMLayout& layout)
-        : samples(size_t{kChunkFrames} * layout.channels),
+    Scratch(const PCMLayout& layout, UInt32 frames)
+        : samples(size_t{frames} * layout.channels),
           list{1, {{layout.channels, UInt32(samples.size() * sizeof(Float32)), samples.data()}}} {}
     Scratch(const Scratch&) = delete;
     Scratch& operator=(const Scratch&) = delete;
@@ -49,8 +49,8 @@ public:
           fWork{true, true, std::min(from.channels, to.channels), sizeof(Float32)},
           fRatio(ratio),
           fResampler(std::move(resampler)),
-          fInChunk(fWork),
-          fOutChunk(fWork),
+          fInChunk(fWork, fResampler ? kChunkFrames : 0),
+          fOutChunk(fWork, fResampler ? kChunkFrames : 0),
           fInputStorage(offsetof(AudioBufferList, mBuffers) + size_t{from.Buffers()} * sizeof(AudioBuffer)) {}
 
     bool Resamples() const { return fResampler != nullptr; }
@@ -164,7 +164,8 @@ bool IsRate(Float64 rate) { return std::isfinite(rate) && rate > 0; }
 
 // Sets each output buffer's size to `frames` frames.
 void SetSizes(const PCMLayout& layout, AudioBufferList& list, UInt32 frames) {
-    for (UInt32 i = 0; i < list.mNumberBuffers; ++i) list.mBuffers[i].mDataByteSize = frames * layout.BytesPerBufferFrame();
+    for (UInt32 i = 0; i < list.mNumberBuffers; ++i)
+        list.mBuffers[i].mDataByteSize = frames * layout.BytesPerBufferFrame();
 }
 
 } // namespace
