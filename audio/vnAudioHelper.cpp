@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "CaptureDriver.h"
-#include "zMessages.h"
+#include "vnAudioTrace.h"
 
 namespace {
 
@@ -12,12 +12,6 @@ constexpr const char* kCoreAudioBundleID = "com.apple.audio.CoreAudio";
 
 AudioObjectPropertyAddress Global(AudioObjectPropertySelector selector) {
     return {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain};
-}
-
-// Traces `prefix` (which ends in ". ") followed by the status's description.
-template <class... Args>
-void TraceFailure(OSStatus status, const std::string& prefix, const Args&... args) {
-    zTrace(prefix + "{}", args..., vnAudioHelper_DescriptionForError(status));
 }
 
 // Translates a string (a UID or a bundle id) into an object with a
@@ -45,7 +39,7 @@ AudioObjectID vnAudioHelper_GetDeviceID(const char* uid) {
     if (!uid) return kAudioObjectUnknown;
     AudioObjectID device = kAudioObjectUnknown;
     if (const OSStatus status = Translate(kAudioHardwarePropertyDeviceForUID, uid, device)) {
-        TraceFailure(status, "System Audio Capture: Failed to get device identifier for UID: . ");
+        vnAudioTraceFailure(status, "System Audio Capture: Failed to get device identifier for UID: . ");
         return kAudioObjectUnknown;
     }
     return device;
@@ -56,7 +50,7 @@ bool vnAudioHelper_SetDeviceVisibility(AudioObjectID device, bool visible) {
     const AudioObjectPropertyAddress address = Global(kCaptureDriverPropertyVisible);
     const CFBooleanRef value = visible ? kCFBooleanTrue : kCFBooleanFalse;
     if (const OSStatus status = AudioObjectSetPropertyData(device, &address, 0, nullptr, sizeof value, &value)) {
-        TraceFailure(status, "System Audio Capture: Failed to set device (id: {}) visibility to {}. ", device, visible);
+        vnAudioTraceFailure(status, "System Audio Capture: Failed to set device (id: {}) visibility to {}. ", device, visible);
         return false;
     }
     return true;
@@ -67,7 +61,7 @@ AudioObjectID vnAudioHelper_GetSystemOutput() {
     UInt32 size = sizeof device;
     const AudioObjectPropertyAddress address = Global(kAudioHardwarePropertyDefaultOutputDevice);
     if (const OSStatus status = AudioObjectGetPropertyData(kAudioObjectSystemObject, &address, 0, nullptr, &size, &device)) {
-        TraceFailure(status, "System Audio Capture: Failed to get system output device identifier. ");
+        vnAudioTraceFailure(status, "System Audio Capture: Failed to get system output device identifier. ");
         return kAudioObjectUnknown;
     }
     return device;
@@ -77,7 +71,7 @@ AudioObjectID vnAudioHelper_GetFirstOutputDevice() {
     const AudioObjectID captureDevice = vnAudioHelper_GetDeviceID(kCaptureDriverPlayedIntoUID);
     UInt32 size = 0;
     if (const OSStatus status = AudioHardwareGetPropertyInfo(kAudioHardwarePropertyDevices, &size, nullptr)) {
-        TraceFailure(status,
+        vnAudioTraceFailure(status,
                      "System Audio Capture: Failed to get first output device due to an inablity to get property size. ");
         return kAudioObjectUnknown;
     }
@@ -87,7 +81,7 @@ AudioObjectID vnAudioHelper_GetFirstOutputDevice() {
     AudioObjectID none = kAudioObjectUnknown;
     if (const OSStatus status =
             AudioHardwareGetProperty(kAudioHardwarePropertyDevices, &size, devices.empty() ? &none : devices.data())) {
-        TraceFailure(status,
+        vnAudioTraceFailure(status,
                      "System Audio Capture: Failed to get first output device due to an inablity to get device list. ");
         return kAudioObjectUnknown;
     }
@@ -107,7 +101,7 @@ std::string vnAudioHelper_GetNameForDevice(AudioObjectID device) {
     const AudioObjectPropertyAddress address = Global(kAudioObjectPropertyName);
     UInt32 size = 0;
     if (const OSStatus status = AudioObjectGetPropertyDataSize(device, &address, 0, nullptr, &size)) {
-        TraceFailure(status,
+        vnAudioTraceFailure(status,
                      "System Audio Capture: Failed to get name for device (id: {}) because of an error getting the "
                      "property data size. ",
                      device);
@@ -116,7 +110,7 @@ std::string vnAudioHelper_GetNameForDevice(AudioObjectID device) {
     CFStringRef name = nullptr;
     size = std::min<UInt32>(size, sizeof name);
     if (const OSStatus status = AudioObjectGetPropertyData(device, &address, 0, nullptr, &size, &name)) {
-        TraceFailure(status,
+        vnAudioTraceFailure(status,
                      "System Audio Capture: Failed to get name for device (id: {}) because of an error getting the "
                      "property data. ",
                      device);
@@ -132,7 +126,7 @@ std::string vnAudioHelper_GetNameForDevice(AudioObjectID device) {
 AudioObjectID vnAudioHelper_GetCoreAudioPluginID() {
     AudioObjectID plugIn = kAudioObjectUnknown;
     if (const OSStatus status = Translate(kAudioHardwarePropertyPlugInForBundleID, kCoreAudioBundleID, plugIn)) {
-        TraceFailure(status, "System Audio Capture: Failed to get CoreAudio plugin identifer. ");
+        vnAudioTraceFailure(status, "System Audio Capture: Failed to get CoreAudio plugin identifer. ");
         return kAudioObjectUnknown;
     }
     return plugIn;
@@ -158,7 +152,7 @@ AudioObjectID vnAudioHelper_CreateAggregateDevice(AudioObjectID subDevice, CFStr
     const AudioObjectPropertyAddress create = Global(kAudioPlugInCreateAggregateDevice);
     if (const OSStatus status =
             AudioObjectGetPropertyData(plugIn, &create, sizeof description, &description, &size, &aggregate)) {
-        TraceFailure(status,
+        vnAudioTraceFailure(status,
                      "System Audio Capture: Failed to create aggregate device due to inability to get property data. ");
         CFRelease(description);
         return kAudioObjectUnknown;
@@ -168,7 +162,7 @@ AudioObjectID vnAudioHelper_CreateAggregateDevice(AudioObjectID subDevice, CFStr
     size = sizeof subDeviceUID;
     const AudioObjectPropertyAddress uidAddress = Global(kAudioDevicePropertyDeviceUID);
     if (const OSStatus status = AudioObjectGetPropertyData(subDevice, &uidAddress, 0, nullptr, &size, &subDeviceUID)) {
-        TraceFailure(status, "System Audio Capture: Failed to get UID for device (id: {}). ", subDevice);
+        vnAudioTraceFailure(status, "System Audio Capture: Failed to get UID for device (id: {}). ", subDevice);
         subDeviceUID = nullptr;
     }
     // Without a UID the list stays empty: a CFArray cannot hold null.
@@ -184,7 +178,7 @@ AudioObjectID vnAudioHelper_CreateAggregateDevice(AudioObjectID subDevice, CFStr
     CFRelease(description);
     CFRelease(subDevices);
     if (status) {
-        TraceFailure(status,
+        vnAudioTraceFailure(status,
                      "System Audio Capture: Failed to create aggregate device due to inability to set property data. ");
         return kAudioObjectUnknown;
     }

@@ -20,6 +20,13 @@ int64_t zTime::MicroNow() { return gSource.load(std::memory_order_relaxed)(); }
 
 void zTime::SetSource(Source source) { gSource.store(source ? source : &SteadyMicros); }
 
+void zTime::SleepUntil(int64_t deadline) {
+    std::mutex mutex;
+    std::condition_variable never;
+    std::unique_lock lock(mutex);
+    while (MicroNow() < deadline) WaitUntil(never, lock, deadline);
+}
+
 void zTime::WaitUntil(std::condition_variable& condition, std::unique_lock<std::mutex>& lock, int64_t deadline) {
     if (gSource.load(std::memory_order_relaxed) != &SteadyMicros) {
         condition.wait_for(lock, kManualClockPoll);

@@ -31,4 +31,6 @@ bool WaitUntil(std::condition_variable& condition, std::unique_lock<std::mutex>&
     }
     return true;
 }
+// Blocks the calling thread until the clock reaches `deadline`.
+void SleepUntil(int64_t deadline);
 } // namespace zTime

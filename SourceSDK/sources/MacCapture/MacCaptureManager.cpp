@@ -5,6 +5,7 @@
 
 #include "CaptureWindowMonitor.h"
 #include "CommonSDKVariables.h"
+#include "MacSystemAudio/SystemAudioDriver.h"
 #include "zIDGenerator.h"
 #include "zTraceManager.h"
 
@@ -48,6 +49,7 @@ MacCaptureManager::~MacCaptureManager() {
     _CaptureWindowMonitor::StopAll();
     // An open selection dialog is cancelled here once dialogs exist.
     stopAllSources();
+    for (const RecordRef& record : fSourcesInOrder) SystemAudioDriver::Default()->unregisterAudioReceiver(record.get());
     // Uninitialisation overlaps no other call: the records, and with them
     // the sources, go with the registry.
 }
@@ -63,9 +65,9 @@ MacCaptureSource* MacCaptureManager::addSource(const std::string& id, const std:
         if (!fSourcesByID.emplace(sourceID, record).second) return nullptr;
         fSourcesInOrder.push_back(record);
     }
-    // Registration with the system audio driver, which feeds ProcessAudioData,
-    // joins here with the audio chain.
     record->source->registerObserver(record.get());
+    // System audio reaches the source's ProcessAudioData while it exists.
+    SystemAudioDriver::Default()->registerAudioReceiver(record.get());
     if (createdID) *createdID = sourceID;
     return record->source.get();
 }
@@ -92,6 +94,9 @@ bool MacCaptureManager::removeSource(const std::string& id) {
     // The host hears nothing from the source once this returns, even while
     // another thread still holds the record.
     record->clearCallbacks();
+    // Waits for a packet being delivered to it; the last receiver's going
+    // stops the audio engine.
+    SystemAudioDriver::Default()->unregisterAudioReceiver(record.get());
     // The monitor reads the registry and takes the control lock: it is
     // stopped outside both. The record, and with it the source, is destroyed
     // by whichever thread lets go of it last; never a monitor, whose thread
@@ -193,7 +198,7 @@ bool MacCaptureManager::showCursor(const std::string& id) const {
 }
 
 void MacCaptureManager::setCaptureAudio(const std::string& id, bool capture) {
-    // Turning audio on starts the system audio chain once it exists.
+    if (capture) SystemAudioDriver::Startup();
     if (const SourceControl info = control(id)) info->captureAudio = capture;
 }
 

@@ -7,6 +7,7 @@
 #include "MacCaptureLogging.h"
 #include "MacCaptureWindowManager.h"
 #include "PlatformSelection.h"
+#include "MacSystemAudio/SystemAudioDriver.h"
 #include "PluginGlobals.h"
 #include "QCP_API.h"
 #include "zTraceManager.h"
@@ -39,6 +40,7 @@ void TearDown() {
     if (g_MacSystemAudioCapture) g_MacSystemAudioCapture->RegisterAudioDataCallback(nullptr, nullptr);
     delete g_MacSystemAudioCapture;
     g_MacSystemAudioCapture = nullptr;
+    MC::SystemAudioDriver::Shutdown();
     MC::shutdownMacCaptureLogging();
     MC::MacCaptureWindowManager::shutdownMacCaptureWindowMgr();
     CSDK::uninitialize();
@@ -63,7 +65,7 @@ int QCP_IntitializeLibrary(void) {
             g_MacSystemAudioCapture = new MC::SystemAudioDevice();
             MC::initializeMacCaptureLogging();
             MC::MacCaptureWindowManager::initializeMacCaptureWindowMgr();
-            // The system audio driver starts up here once the audio chain exists.
+            MC::SystemAudioDriver::Startup();
             if (!CSDK::isInitialized()) CSDK::initialize();
         } catch (...) {
             // Nothing half-built stays behind a failed start.

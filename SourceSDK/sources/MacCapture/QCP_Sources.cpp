@@ -6,6 +6,7 @@
 #include "MacCaptureWindowManager.h"
 #include "PluginGlobals.h"
 #include "QCP_API.h"
+#include "VNAudioDriverManager.h"
 
 using qcp::IsAudioDevice;
 using qcp::Key;
@@ -92,8 +93,7 @@ void QCP_RegisterAudioDataArrivedCallback(const char* deviceId, const char* sour
                                           void* context) {
     qcp::Guarded(__func__, [&] {
         if (IsAudioDevice(deviceId)) {
-            // The driver manager's check for the capture driver, with its
-            // prompt to install it, comes first once it exists.
+            VNAudioDriverManager::checkAndPromptToInstall(nullptr, false);
             qcp::SystemAudio().RegisterAudioDataCallback(callback, context);
         } else {
             qcp::Manager().registerAudioCallback(Key(sourceId), callback, context);

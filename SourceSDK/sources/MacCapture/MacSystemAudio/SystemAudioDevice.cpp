@@ -1,6 +1,7 @@
 #include "SystemAudioDevice.h"
 
 #include "AudioPacket.h"
+#include "SystemAudioDriver.h"
 
 namespace MC {
 
@@ -9,19 +10,28 @@ SystemAudioDevice::SystemAudioDevice() : fPrivate(std::make_unique<TPrivate>()) 
 SystemAudioDevice::~SystemAudioDevice() = default;
 
 void SystemAudioDevice::RegisterAudioDataCallback(QCP_AudioDataCallback callback, void* userData) {
-    // The system audio driver, which registers this receiver while the host
-    // listens and unregisters it otherwise, joins here when it lands; until
-    // then no packets arrive.
-    fPrivate->callback = callback;
-    fPrivate->userData = userData;
+    SystemAudioDriver* driver = SystemAudioDriver::Default();
+    if (callback && userData) {
+        driver->registerAudioReceiver(fPrivate.get());
+    } else {
+        driver->unregisterAudioReceiver(fPrivate.get());
+    }
+    fPrivate->SetCallback(callback, userData);
+}
+
+void SystemAudioDevice::TPrivate::SetCallback(QCP_AudioDataCallback callback, void* userData) {
+    std::lock_guard lock(fMutex);
+    fCallback = callback;
+    fUserData = userData;
 }
 
 void SystemAudioDevice::TPrivate::ProcessAudioData(void* data, int size) {
-    if (!callback) return;
-    WriteAudioPacketHeader(buffer);
-    buffer.dataBytes = uint32_t(RoundToWholeFrames(size));
-    buffer.data = data;
-    callback(userData, &buffer);
+    std::lock_guard lock(fMutex);
+    if (!fCallback) return;
+    WriteAudioPacketHeader(fBuffer);
+    fBuffer.dataBytes = uint32_t(RoundToWholeFrames(size));
+    fBuffer.data = data;
+    fCallback(fUserData, &fBuffer);
 }
 
 } // namespace MC

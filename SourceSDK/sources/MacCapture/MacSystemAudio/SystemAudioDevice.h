@@ -1,5 +1,6 @@
 #pragma once
 #include <memory>
+#include <mutex>
 
 #include "QCP_API.h"
 #include "SystemAudioReceiver.h"
@@ -13,13 +14,18 @@ public:
     static constexpr const char* kSystemAudioDeviceID = QCP_AUDIO_DEVICE_ID;
     static constexpr const char* kSystemAudioSourceID = QCP_AUDIO_SOURCE_ID;
 
+    // The receiver: the host's callback is changed on host threads and
+    // called on the audio thread, under one lock.
     class TPrivate final : public SystemAudioReceiver {
     public:
         void ProcessAudioData(void* data, int size) override;
+        void SetCallback(QCP_AudioDataCallback callback, void* userData);
 
-        QCP_AudioDataCallback callback = nullptr;
-        void* userData = nullptr;
-        QCP_AudioBuffer buffer{};
+    private:
+        std::mutex fMutex;
+        QCP_AudioDataCallback fCallback = nullptr;
+        void* fUserData = nullptr;
+        QCP_AudioBuffer fBuffer{};
     };
 
     SystemAudioDevice();
@@ -27,7 +33,9 @@ public:
     // callback first.
     ~SystemAudioDevice();
 
-    // A callback with a null user data clears the registration, deliberately.
+    // Registers the receiver with the system-audio driver (made if there is
+    // none) while the host listens; a callback with a null user data clears
+    // the registration, deliberately.
     void RegisterAudioDataCallback(QCP_AudioDataCallback callback, void* userData);
 
     TPrivate& Private() { return *fPrivate; }
