@@ -11,6 +11,8 @@
 #include "vnAudioHelper.h"
 #include "zUserLogHistory.h"
 
+using qcp::coreaudio::sim::kSimSpeakersUID;
+
 // A test of the capture chain on the default simulated sound system, on the
 // real clock, with the user log cleared.
 class SystemAudioChainTest : public testing::Test {

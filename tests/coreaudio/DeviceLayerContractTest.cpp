@@ -199,6 +199,33 @@ TYPED_TEST(DeviceLayerContract, DefaultOutputChangesAreHeard) {
     AudioObjectRemovePropertyListener(kAudioObjectSystemObject, &defaultOutput, &Calls::Listener, &calls);
 }
 
+TYPED_TEST(DeviceLayerContract, StreamsTellTheirDirectionAndFollowTheDevicesRate) {
+    const AudioObjectID device = DeviceForUID(this->fHarness.PlugInput("line in"));
+    AudioStreamID stream = kAudioObjectUnknown;
+    ASSERT_EQ(Read(device, Address(kAudioDevicePropertyStreams, kAudioObjectPropertyScopeInput), stream), 0);
+    UInt32 direction = 0;
+    ASSERT_EQ(Read(stream, Address(kAudioStreamPropertyDirection), direction), 0);
+    EXPECT_EQ(direction, 1u) << "an input stream";
+    const auto physical = Address(kAudioStreamPropertyPhysicalFormat);
+    Calls calls;
+    ASSERT_EQ(AudioObjectAddPropertyListener(stream, &physical, &Calls::Listener, &calls), 0);
+
+    ASSERT_EQ(Write(device, Address(kAudioDevicePropertyNominalSampleRate), Float64{48000}), 0);
+    ASSERT_EQ(Write(device, Address(kAudioDevicePropertyNominalSampleRate), Float64{44100}), 0);
+    ASSERT_TRUE(calls.WaitForCount(1)) << "the stream's format changed with the device's rate";
+    AudioStreamBasicDescription format{};
+    ASSERT_EQ(Read(stream, physical, format), 0);
+    EXPECT_EQ(format.mSampleRate, 44100);
+    format.mSampleRate = 48000;
+    ASSERT_EQ(Write(stream, physical, format), 0);
+    Float64 rate = 0;
+    ASSERT_EQ(Read(device, Address(kAudioDevicePropertyNominalSampleRate), rate), 0);
+    EXPECT_EQ(rate, 48000) << "a physical format of another rate sets the device's rate";
+    format.mChannelsPerFrame = 7;
+    EXPECT_EQ(Write(stream, physical, format), kAudioHardwareIllegalOperationError);
+    AudioObjectRemovePropertyListener(stream, &physical, &Calls::Listener, &calls);
+}
+
 TYPED_TEST(DeviceLayerContract, AnInjectedFaultFailsOnlyItsProperty) {
     const AudioObjectID device = DeviceForUID(this->fHarness.PlugOutput("faulty"));
     this->fHarness.InjectFault(device, kAudioDevicePropertyNominalSampleRate, kAudioDevicePermissionsError);

@@ -187,6 +187,31 @@ Value DescribeDevice(const SimAudioDevice& device, const AudioObjectPropertyAddr
     }
 }
 
+Value DescribeStream(const SimAudioDevice& device, bool input, size_t index,
+                     const AudioObjectPropertyAddress& address) {
+    if (address.mScope != kAudioObjectPropertyScopeGlobal || address.mElement != kAudioObjectPropertyElementMain)
+        return Unknown();
+    const UInt32 channels = (input ? device.state.inputStreams : device.state.outputStreams)[index];
+    switch (address.mSelector) {
+    case kAudioStreamPropertyDirection: return Fixed(UInt32{input});
+    case kAudioStreamPropertyPhysicalFormat: return Fixed(StreamFormat(device.state.nominalRate, channels), true);
+    case kAudioStreamPropertyVirtualFormat: return Fixed(StreamFormat(device.state.nominalRate, channels));
+    default: return Unknown();
+    }
+}
+
+// Every stream's formats change with the device's rate.
+void StreamFormatsChanged(const SimAudioDevice& device, SimAudioChanges& changes) {
+    for (const auto* streams : {&device.inputStreams, &device.outputStreams}) {
+        for (const AudioStreamID stream : *streams) {
+            for (const AudioObjectPropertySelector selector :
+                 {kAudioStreamPropertyPhysicalFormat, kAudioStreamPropertyVirtualFormat})
+                changes.push_back(
+                    {stream, {selector, kAudioObjectPropertyScopeGlobal, kAudioObjectPropertyElementMain}});
+        }
+    }
+}
+
 Value Describe(const SimAudioState& state, AudioObjectID object, const AudioObjectPropertyAddress& address,
                UInt32 qualifierSize, const void* qualifier) {
     if (object == kAudioObjectSystemObject) return DescribeSystem(state, address, qualifierSize, qualifier);
@@ -196,8 +221,11 @@ Value Describe(const SimAudioState& state, AudioObjectID object, const AudioObje
         return action && address.mElement == kAudioObjectPropertyElementMain ? Of(Kind::Action) : Unknown();
     }
     if (const SimAudioDevice* device = state.Find(object)) return DescribeDevice(*device, address);
-    // Streams are objects, but nothing here asks them anything yet.
-    return state.IsStream(object) ? Unknown() : Fail(kAudioHardwareBadObjectError);
+    bool input = false;
+    size_t index = 0;
+    if (const SimAudioDevice* device = const_cast<SimAudioState&>(state).FindStream(object, input, index))
+        return DescribeStream(*device, input, index, address);
+    return Fail(kAudioHardwareBadObjectError);
 }
 
 UInt32 SizeOf(const Value& value) {
@@ -292,7 +320,9 @@ OSStatus SetDevice(SimAudioState& state, SimAudioDevice& device, const AudioObje
         std::memcpy(&rate, data, sizeof rate);
         if (std::find(setup.availableRates.begin(), setup.availableRates.end(), rate) == setup.availableRates.end())
             return kAudioHardwareIllegalOperationError;
+        if (setup.nominalRate == rate) return kAudioHardwareNoError;
         changed(setup.nominalRate, rate);
+        StreamFormatsChanged(device, changes);
         return kAudioHardwareNoError;
     }
     case kAudioDevicePropertyBufferFrameSize: {
@@ -414,7 +444,19 @@ OSStatus SetPropertyData(SimAudioState& state, AudioObjectID object, const Audio
         return state.SetDefault(address.mSelector, device, changes) ? kAudioHardwareNoError
                                                                     : kAudioHardwareIllegalOperationError;
     }
-    return SetDevice(state, *state.Find(object), address, data, changes);
+    if (SimAudioDevice* device = state.Find(object)) return SetDevice(state, *device, address, data, changes);
+    // A stream's physical format: only its rate can change, for the device.
+    bool input = false;
+    size_t index = 0;
+    SimAudioDevice& device = *state.FindStream(object, input, index);
+    AudioStreamBasicDescription format;
+    std::memcpy(&format, data, sizeof format);
+    const UInt32 channels = (input ? device.state.inputStreams : device.state.outputStreams)[index];
+    if (format.mFormatID != kAudioFormatLinearPCM || format.mChannelsPerFrame != channels)
+        return kAudioHardwareIllegalOperationError;
+    const AudioObjectPropertyAddress rate{kAudioDevicePropertyNominalSampleRate, kAudioObjectPropertyScopeGlobal,
+                                          kAudioObjectPropertyElementMain};
+    return SetDevice(state, device, rate, &format.mSampleRate, changes);
 }
 
 } // namespace qcp::coreaudio::sim

@@ -33,6 +33,20 @@ const SimAudioDevice* SimAudioState::FindUID(const std::string& uid) const {
     return found == fDevices.end() ? nullptr : &*found;
 }
 
+SimAudioDevice* SimAudioState::FindStream(AudioObjectID id, bool& input, size_t& index) {
+    for (SimAudioDevice& device : fDevices) {
+        for (const bool in : {true, false}) {
+            const std::vector<AudioStreamID>& streams = in ? device.inputStreams : device.outputStreams;
+            if (auto found = std::find(streams.begin(), streams.end(), id); found != streams.end()) {
+                input = in;
+                index = static_cast<size_t>(found - streams.begin());
+                return &device;
+            }
+        }
+    }
+    return nullptr;
+}
+
 bool SimAudioState::IsStream(AudioObjectID id) const {
     return std::any_of(fDevices.begin(), fDevices.end(), [id](const auto& device) {
         return std::count(device.inputStreams.begin(), device.inputStreams.end(), id) ||

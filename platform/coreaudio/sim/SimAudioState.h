@@ -36,6 +36,9 @@ public:
     const SimAudioDevice* Find(AudioObjectID id) const;
     const SimAudioDevice* FindUID(const std::string& uid) const;
     bool IsStream(AudioObjectID id) const;
+    // The device a stream belongs to, with the stream's direction and index;
+    // null for an id that is no stream.
+    SimAudioDevice* FindStream(AudioObjectID id, bool& input, size_t& index);
 
     AudioObjectID DefaultOutput() const { return fDefaultOutput; }
     AudioObjectID SystemOutput() const { return fSystemOutput; }

@@ -46,6 +46,17 @@ enum : AudioObjectPropertySelector {
     kAudioDevicePropertyDeviceName = qcp::coreaudio::FourCC("name"),
 };
 
+// A stream's properties, global scope, main element.
+enum : AudioObjectPropertySelector {
+    // A UInt32: 1 for an input stream, 0 for an output stream.
+    kAudioStreamPropertyDirection = qcp::coreaudio::FourCC("sdir"),
+    // An AudioStreamBasicDescription: the format the hardware runs at;
+    // setting another rate sets the device's nominal rate.
+    kAudioStreamPropertyPhysicalFormat = qcp::coreaudio::FourCC("pft "),
+    // An AudioStreamBasicDescription: the format clients see.
+    kAudioStreamPropertyVirtualFormat = qcp::coreaudio::FourCC("sfmt"),
+};
+
 // The CoreAudio plug-in's aggregate-device properties. Creating takes the
 // description (a CFDictionaryRef) as qualifier and answers the new device's
 // id; destroying takes the device's id as value.
