@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,7 @@ struct Alert {
 };
 
 // What else the plug-in asks of the system: the screen-recording permission,
-// its resource folder and alerts.
+// its resource folder, alerts and installer runs.
 //
 // Called from any thread unless stated otherwise; the core passes texts
 // already localised.
@@ -36,6 +37,13 @@ public:
     // queue, so the caller must not be the main queue's thread blocked on
     // something else.
     virtual int runModalAlert(const Alert& alert) = 0;
+    // Opens the installer package at `path` in a process of its own (macOS:
+    // the application that opens packages, brought to the front; Linux: the
+    // file run by /bin/sh) and returns without waiting for it. When that
+    // process ends, `exited` is called once with its exit status (-1 when it
+    // did not exit normally) on a thread of the platform's, never inside this
+    // call. When no process could be started, `exited` is never called.
+    virtual void runInstallerPackage(const std::string& path, std::function<void(int exitStatus)> exited) = 0;
 };
 
 } // namespace qcp::platform

@@ -1,12 +1,19 @@
 #include "X11System.h"
 
 #include <dlfcn.h>
+#include <spawn.h>
+#include <sys/wait.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 #include "zTraceManager.h"
+
+extern char** environ;
 
 namespace qcp::platform::x11 {
 namespace {
@@ -37,6 +44,26 @@ void X11System::showAlertSheet(const Alert& alert) { Report("alert", alert); }
 int X11System::runModalAlert(const Alert& alert) {
     Report("modal alert (not shown)", alert);
     return -1;
+}
+
+void X11System::runInstallerPackage(const std::string& path, std::function<void(int exitStatus)> exited) {
+    std::string shell = "/bin/sh";
+    std::string script = path;
+    char* const argv[] = {shell.data(), script.data(), nullptr};
+    pid_t pid = 0;
+    if (const int error = posix_spawn(&pid, shell.c_str(), nullptr, nullptr, argv, environ)) {
+        zTraceManager::Default().TraceMessage(kTraceNote, "Unable to run the installer " + path + ": " +
+                                                              std::strerror(error) + "\n");
+        return;
+    }
+    std::thread([pid, exited = std::move(exited)] {
+        int status = 0;
+        pid_t waited = 0;
+        do {
+            waited = waitpid(pid, &status, 0);
+        } while (waited < 0 && errno == EINTR);
+        if (exited) exited(waited == pid && WIFEXITED(status) ? WEXITSTATUS(status) : -1);
+    }).detach();
 }
 
 } // namespace qcp::platform::x11

@@ -8,12 +8,16 @@ namespace qcp::platform::x11 {
 // folder the plug-in's library was loaded from. Alerts are written to
 // standard error and to the trace until the GTK dialogs exist; a modal alert
 // cannot be answered there, so it reports that it could not be shown.
+// Installer packages are shell scripts run by /bin/sh in a child process; a
+// detached thread per run waits for it and reports its exit, touching
+// nothing of this object, so a run may outlive the platform.
 class X11System final : public System {
 public:
     bool hasScreenRecordingPermission() const override { return true; }
     std::string resourceFolder() const override;
     void showAlertSheet(const Alert& alert) override;
     int runModalAlert(const Alert& alert) override;
+    void runInstallerPackage(const std::string& path, std::function<void(int exitStatus)> exited) override;
 };
 
 } // namespace qcp::platform::x11

@@ -39,6 +39,10 @@ public:
     void showAlertSheet(const Alert& alert) override { fWorld.RecordAlert(alert); }
     // Recorded, answered with the world's configured button at once.
     int runModalAlert(const Alert& alert) override;
+    // Recorded as running; a test ends it through the world.
+    void runInstallerPackage(const std::string& path, std::function<void(int exitStatus)> exited) override {
+        fWorld.StartInstaller(path, std::move(exited));
+    }
 
 private:
     SimWorld fWorld;

@@ -428,4 +428,29 @@ int SimWorld::ModalAlertAnswer() const {
     return fModalAnswer;
 }
 
+void SimWorld::StartInstaller(std::string path, std::function<void(int exitStatus)> exited) {
+    std::lock_guard lock(fMutex);
+    fInstallerRuns.push_back({std::move(path), std::move(exited)});
+}
+
+std::vector<std::string> SimWorld::InstallerRuns() const {
+    std::lock_guard lock(fMutex);
+    std::vector<std::string> paths;
+    for (const InstallerRun& run : fInstallerRuns) paths.push_back(run.path);
+    return paths;
+}
+
+bool SimWorld::FinishInstaller(size_t index, int exitStatus) {
+    std::function<void(int)> exited;
+    {
+        std::lock_guard lock(fMutex);
+        if (index >= fInstallerRuns.size() || !fInstallerRuns[index].exited) return false;
+        exited = std::move(fInstallerRuns[index].exited);
+        fInstallerRuns[index].exited = nullptr;
+    }
+    // Outside the lock: the callback may well ask the world again.
+    exited(exitStatus);
+    return true;
+}
+
 } // namespace qcp::platform::sim

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -169,6 +170,13 @@ public:
     // The button index that modal alerts answer (0 unless set).
     void SetModalAlertAnswer(int button);
     int ModalAlertAnswer() const;
+    // Installer runs, oldest first: each is started by the platform and
+    // runs until a test finishes it.
+    void StartInstaller(std::string path, std::function<void(int exitStatus)> exited);
+    std::vector<std::string> InstallerRuns() const;
+    // Ends run `index` with `exitStatus`: its exit callback runs on the
+    // calling thread. False when there is no such run or it has ended.
+    bool FinishInstaller(size_t index, int exitStatus);
 
     // ---- Pacing and counters.
     SimClock& Clock() { return fClock; }
@@ -206,6 +214,11 @@ private:
     std::string fResourceFolder;
     std::vector<Alert> fAlerts;
     int fModalAnswer = 0;
+    struct InstallerRun {
+        std::string path;
+        std::function<void(int)> exited; // empty once finished
+    };
+    std::vector<InstallerRun> fInstallerRuns;
     // Tickers touching animated windows; changed only outside fMutex, since
     // stopping one waits for a tick that takes fMutex.
     std::mutex fAnimationsMutex;
