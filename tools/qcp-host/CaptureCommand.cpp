@@ -1,17 +1,21 @@
 // `qcp-host capture`: captures a display, a region or a window through the
-// settings record, records what reaches the host's video callback, and
-// reports it.
+// settings record and, when asked, the system audio; records what reaches the
+// host's video and audio callbacks, and reports it.
 #include <unistd.h>
 
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "AudioRecorder.h"
+#include "AudioReport.h"
 #include "CaptureOptions.h"
 #include "CaptureStats.h"
 #include "Commands.h"
@@ -62,20 +66,26 @@ struct Session {
     }
 };
 
-void Progress(double elapsed, const CaptureStats::Summary& s, uint64_t dropped) {
-    std::fprintf(stderr, "\r  %5.1f s  %6llu frames  %5.1f per second  %llu dropped ", elapsed,
-                 (unsigned long long)s.frames, elapsed > 0 ? s.frames / elapsed : 0.0, (unsigned long long)dropped);
+void Progress(double elapsed, const std::optional<CaptureStats::Summary>& video, uint64_t dropped,
+              const AudioRecorder* audio) {
+    std::fprintf(stderr, "\r  %5.1f s", elapsed);
+    if (video)
+        std::fprintf(stderr, "  %6llu frames  %5.1f per second  %llu dropped", (unsigned long long)video->frames,
+                     elapsed > 0 ? video->frames / elapsed : 0.0, (unsigned long long)dropped);
+    if (audio) {
+        const AudioRecorder::Progress now = audio->progress();
+        std::fprintf(stderr, "  %5llu packets  ", (unsigned long long)now.packets);
+        if (std::isfinite(now.recentPeakDbfs))
+            std::fprintf(stderr, "%6.1f dBFS", now.recentPeakDbfs);
+        else
+            std::fprintf(stderr, "silence  ");
+    }
+    std::fprintf(stderr, " ");
 }
 
-} // namespace
-
-int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) {
-    CaptureOptions options;
-    std::string error;
-    if (!CaptureOptions::Parse(args, options, error)) {
-        std::fprintf(stderr, "qcp-host: %s\n%s", error.c_str(), CaptureOptions::kUsage);
-        return 2;
-    }
+// Refuses a capture whose display or window is not there: one line on
+// stderr and the exit status, or 0.
+int CheckScreen(PluginLibrary& plugin, const CaptureOptions& options) {
     // Without a display there is nothing to record, window or not.
     const int displays = CountDisplays(plugin);
     if (displays == 0) {
@@ -93,38 +103,11 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
                      options.window.c_str(), options.app.c_str());
         return 2;
     }
-    std::error_code ignored;
-    std::filesystem::create_directories(options.output, ignored);
-    if (access(options.output.c_str(), W_OK) != 0) {
-        std::fprintf(stderr, "qcp-host: cannot write into %s\n", options.output.c_str());
-        return 1;
-    }
+    return 0;
+}
 
-    FrameRecorder recorder({options.output, options.pngInterval, options.video, 60});
-    Session session;
-    session.plugin = &plugin;
-    session.recorder = &recorder;
-    session.start = CaptureStats::NowMicros();
-    const char* source = "qcp-host capture";
-    plugin.QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, source);
-    plugin.QCP_RegisterVideoDataArrivedCallback(QCP_SCREEN_DEVICE_ID, source, &Session::Arrived, &session);
-    ApplySettings(plugin, source, options.Settings());
-
-    const auto begin = std::chrono::steady_clock::now();
-    double elapsed = 0;
-    for (int tick = 0; elapsed < options.seconds; ++tick) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-        const CaptureStats::Summary now = session.stats.Snapshot();
-        if (tick % 25 == 0) Progress(elapsed, now, recorder.dropped());
-        if (options.frames && now.frames >= options.frames) break;
-    }
-    plugin.QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, source);
-    recorder.Finish();
-
-    const CaptureStats::Summary summary = session.stats.Snapshot();
-    Progress(elapsed, summary, recorder.dropped());
-    std::fprintf(stderr, "\n");
+void PrintVideo(const CaptureStats::Summary& summary, double elapsed, const FrameRecorder& recorder,
+                const CaptureOptions& options) {
     std::printf("frames: %llu in %.2f s (%.1f per second), dropped: %llu, no-feed frames: %llu\n",
                 (unsigned long long)summary.frames, elapsed, summary.frames / elapsed,
                 (unsigned long long)recorder.dropped(), (unsigned long long)summary.noFeed);
@@ -132,20 +115,104 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
         std::printf("  %u x %u: %llu frames\n", size.first, size.second, (unsigned long long)count);
     std::printf("interval: mean %.2f ms, worst %.2f ms; capture to callback: mean %.2f ms, worst %.2f ms\n",
                 summary.meanIntervalMs, summary.worstIntervalMs, summary.meanLatencyMs, summary.worstLatencyMs);
-    const std::string json = options.output + "/summary.json";
-    std::ofstream(json) << CaptureStats::Json(summary, elapsed, recorder.dropped());
     std::printf("PNG frames: %zu in %s\n", recorder.pngFiles().size(), options.output.c_str());
     if (!recorder.videoFile().empty())
         std::printf("video: %s\n", recorder.videoFile().c_str());
     else if (options.video)
         std::printf("video: none (%s)\n", recorder.videoProblem().empty() ? "no frames" : recorder.videoProblem().c_str());
-    std::printf("summary: %s\n", json.c_str());
-    if (summary.frames == 0) {
-        std::fprintf(stderr, "qcp-host: no video arrived%s\n",
-                     options.region.empty() ? "" : "; the region may lie outside the display");
+}
+
+} // namespace
+
+int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) {
+    CaptureOptions options;
+    std::string error;
+    if (!CaptureOptions::Parse(args, options, error)) {
+        std::fprintf(stderr, "qcp-host: %s\n%s", error.c_str(), CaptureOptions::kUsage);
+        return 2;
+    }
+    if (options.screen()) {
+        if (const int refused = CheckScreen(plugin, options)) return refused;
+    }
+    std::error_code ignored;
+    std::filesystem::create_directories(options.output, ignored);
+    if (access(options.output.c_str(), W_OK) != 0) {
+        std::fprintf(stderr, "qcp-host: cannot write into %s\n", options.output.c_str());
         return 1;
     }
-    return 0;
+
+    std::optional<AudioRecorder> audio;
+    if (options.audio) {
+        audio.emplace(options.output + "/audio.wav");
+        if (!audio->Start(error)) {
+            std::fprintf(stderr, "qcp-host: %s\n", error.c_str());
+            return 1;
+        }
+        plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, &*audio);
+    }
+    std::optional<FrameRecorder> recorder;
+    Session session;
+    const char* source = "qcp-host capture";
+    if (options.screen()) {
+        recorder.emplace(FrameRecorder::Options{options.output, options.pngInterval, options.video, 60});
+        session.plugin = &plugin;
+        session.recorder = &*recorder;
+        session.start = CaptureStats::NowMicros();
+        plugin.QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, source);
+        plugin.QCP_RegisterVideoDataArrivedCallback(QCP_SCREEN_DEVICE_ID, source, &Session::Arrived, &session);
+        ApplySettings(plugin, source, options.Settings());
+    }
+    const auto videoNow = [&]() -> std::optional<CaptureStats::Summary> {
+        if (!recorder) return std::nullopt;
+        return session.stats.Snapshot();
+    };
+    const auto droppedFrames = [&] { return recorder ? recorder->dropped() : 0; };
+
+    const auto begin = std::chrono::steady_clock::now();
+    double elapsed = 0;
+    for (int tick = 0; elapsed < options.seconds; ++tick) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+        const std::optional<CaptureStats::Summary> now = videoNow();
+        if (tick % 25 == 0) Progress(elapsed, now, droppedFrames(), audio ? &*audio : nullptr);
+        if (now && options.frames && now->frames >= options.frames) break;
+    }
+    if (recorder) {
+        plugin.QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, source);
+        recorder->Finish();
+    }
+    if (audio) {
+        // No call follows the clearing, so the recorder may finish.
+        plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, nullptr);
+        audio->Finish();
+    }
+
+    const std::optional<CaptureStats::Summary> summary = videoNow();
+    Progress(elapsed, summary, droppedFrames(), audio ? &*audio : nullptr);
+    std::fprintf(stderr, "\n");
+    char seconds[64];
+    std::snprintf(seconds, sizeof seconds, "{\n  \"seconds\": %.3f", elapsed);
+    std::string json = seconds;
+    if (summary) {
+        PrintVideo(*summary, elapsed, *recorder, options);
+        json += ",\n" + CaptureStats::JsonFields(*summary, elapsed, recorder->dropped());
+    }
+    if (audio) {
+        std::fputs(AudioLines(*audio).c_str(), stdout);
+        json += ",\n  \"audio\": " + AudioJson(*audio);
+    }
+    const std::string jsonFile = options.output + "/summary.json";
+    std::ofstream(jsonFile) << json << "\n}\n";
+    std::printf("summary: %s\n", jsonFile.c_str());
+
+    std::string failure;
+    if (summary && summary->frames == 0)
+        failure = options.region.empty() ? "no video arrived" : "no video arrived; the region may lie outside the display";
+    if (audio && !AudioFailure(*audio).empty())
+        failure += (failure.empty() ? "" : "; ") + AudioFailure(*audio);
+    if (failure.empty()) return 0;
+    std::fprintf(stderr, "qcp-host: %s\n", failure.c_str());
+    return 1;
 }
 
 } // namespace qcphost

@@ -75,6 +75,8 @@ bool CaptureOptions::Parse(const std::vector<std::string>& args, CaptureOptions&
             options.game = true;
         else if (flag == "--no-video")
             options.video = false;
+        else if (flag == "--audio")
+            options.audio = true;
         else if (i + 1 >= args.size())
             error = flag + " needs a value";
         else

@@ -19,16 +19,20 @@ struct CaptureOptions {
     uint64_t frames = 0; // stop after this many video frames; 0: by time only
     std::string output = "capture-out";
     double pngInterval = 1.0;
-    bool video = true;
+    bool video = true; // with audio off: PNG samples but no MP4; with audio on: no screen capture at all
+    bool audio = false;
 
     static constexpr const char* kUsage =
         "usage: capture [--display N] [--region LEFT,TOP,RIGHT,BOTTOM] [--window TITLE --app APP [--game]]\n"
         "               [--cursor on|off] [--duration SECONDS] [--frames N] [--output DIR]\n"
-        "               [--png-interval SECONDS] [--no-video]\n";
+        "               [--png-interval SECONDS] [--no-video] [--audio]\n";
 
     // False, with the reason in `error`, for an unknown option, a missing or
     // malformed value, or --window without --app.
     static bool Parse(const std::vector<std::string>& args, CaptureOptions& options, std::string& error);
+
+    // Whether the screen is captured: always, unless audio alone was asked for.
+    bool screen() const { return video || !audio; }
 
     // The settings record that aims a source at what was asked.
     SettingsRecord Settings() const;

@@ -40,7 +40,7 @@ CaptureStats::Summary CaptureStats::Snapshot() const {
     return fSummary;
 }
 
-std::string CaptureStats::Json(const Summary& s, double seconds, uint64_t dropped) {
+std::string CaptureStats::JsonFields(const Summary& s, double seconds, uint64_t dropped) {
     std::string sizes;
     for (const auto& [size, count] : s.sizes) {
         char entry[96];
@@ -48,16 +48,19 @@ std::string CaptureStats::Json(const Summary& s, double seconds, uint64_t droppe
                       sizes.empty() ? "" : ", ", size.first, size.second, (unsigned long long)count);
         sizes += entry;
     }
-    char text[1024];
-    std::snprintf(text, sizeof text,
-                  "{\n  \"seconds\": %.3f,\n  \"frames\": %llu,\n  \"frames_per_second\": %.2f,\n"
-                  "  \"dropped\": %llu,\n  \"no_feed_frames\": %llu,\n  \"sizes\": [%s],\n"
-                  "  \"mean_interval_ms\": %.3f,\n  \"worst_interval_ms\": %.3f,\n"
-                  "  \"mean_latency_ms\": %.3f,\n  \"worst_latency_ms\": %.3f,\n  \"latency_samples\": %llu\n}\n",
-                  seconds, (unsigned long long)s.frames, seconds > 0 ? s.frames / seconds : 0.0,
-                  (unsigned long long)dropped, (unsigned long long)s.noFeed, sizes.c_str(), s.meanIntervalMs,
-                  s.worstIntervalMs, s.meanLatencyMs, s.worstLatencyMs, (unsigned long long)s.latencySamples);
-    return text;
+    // The sizes go in apart: any number of them fits.
+    char counts[256], timing[512];
+    std::snprintf(counts, sizeof counts,
+                  "  \"frames\": %llu,\n  \"frames_per_second\": %.2f,\n  \"dropped\": %llu,\n"
+                  "  \"no_feed_frames\": %llu,\n",
+                  (unsigned long long)s.frames, seconds > 0 ? s.frames / seconds : 0.0, (unsigned long long)dropped,
+                  (unsigned long long)s.noFeed);
+    std::snprintf(timing, sizeof timing,
+                  ",\n  \"mean_interval_ms\": %.3f,\n  \"worst_interval_ms\": %.3f,\n"
+                  "  \"mean_latency_ms\": %.3f,\n  \"worst_latency_ms\": %.3f,\n  \"latency_samples\": %llu",
+                  s.meanIntervalMs, s.worstIntervalMs, s.meanLatencyMs, s.worstLatencyMs,
+                  (unsigned long long)s.latencySamples);
+    return counts + ("  \"sizes\": [" + sizes + "]") + timing;
 }
 
 } // namespace qcphost

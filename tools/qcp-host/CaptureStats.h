@@ -27,8 +27,8 @@ public:
     Summary Snapshot() const;
 
     static uint64_t NowMicros();
-    // The summary as a JSON object.
-    static std::string Json(const Summary& summary, double seconds, uint64_t dropped);
+    // The summary as the members of a JSON object, one a line.
+    static std::string JsonFields(const Summary& summary, double seconds, uint64_t dropped);
 
 private:
     mutable std::mutex fMutex;

@@ -1,0 +1,75 @@
+#include "AudioAnalysis.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "FrequencyScan.h"
+
+namespace qcphost {
+namespace {
+
+double Dbfs(float peak) { return peak > 0 ? 20 * std::log10(double(peak)) : -INFINITY; }
+
+} // namespace
+
+AudioAnalysis::AudioAnalysis(uint32_t rate, uint32_t channels) : fRate(rate), fChannels(channels) {
+    fSecond.reserve(rate);
+    fLoudest.reserve(rate);
+}
+
+void AudioAnalysis::Packet(uint32_t bytes, uint64_t arrivalMicros) {
+    const double arrival = double(arrivalMicros);
+    const double lengthMicros = bytes / (2.0 * fChannels) * 1e6 / fRate;
+    if (fResult.packets > 0) {
+        const double missingMs = (arrival - lengthMicros - fAudioEndMicros) / 1000;
+        if (missingMs > kGapToleranceMs) {
+            ++fResult.gaps;
+            fResult.gapTotalMs += missingMs;
+            fResult.gapLongestMs = std::max(fResult.gapLongestMs, missingMs);
+        }
+        fAudioEndMicros = std::max(fAudioEndMicros + lengthMicros, arrival);
+    } else {
+        fAudioEndMicros = arrival;
+    }
+    ++fResult.packets;
+    ++fResult.sizes[bytes];
+}
+
+void AudioAnalysis::Samples(const int16_t* samples, size_t frames) {
+    const size_t blockFrames = fRate / kLevelBlocks;
+    for (size_t frame = 0; frame < frames; ++frame) {
+        float mono = 0, framePeak = 0;
+        for (uint32_t channel = 0; channel < fChannels; ++channel) {
+            const float value = samples[frame * fChannels + channel] / 32768.0f;
+            mono += value;
+            framePeak = std::max(framePeak, std::fabs(value));
+        }
+        fPeak = std::max(fPeak, framePeak);
+        fBlockPeaks[fBlock] = std::max(fBlockPeaks[fBlock], framePeak);
+        if (++fBlockFrames == blockFrames) {
+            fBlockFrames = 0;
+            fBlock = (fBlock + 1) % kLevelBlocks;
+            fBlockPeaks[fBlock] = 0;
+        }
+        fSecond.push_back(mono / float(fChannels));
+        if (fSecond.size() == fRate) {
+            double energy = 0;
+            for (const float value : fSecond) energy += double(value) * value;
+            if (energy > fLoudestEnergy) {
+                fLoudestEnergy = energy;
+                fLoudest.swap(fSecond);
+            }
+            fSecond.clear();
+        }
+    }
+    fResult.frames += frames;
+    fResult.peakDbfs = Dbfs(fPeak);
+    fResult.recentPeakDbfs = Dbfs(*std::max_element(fBlockPeaks.begin(), fBlockPeaks.end()));
+}
+
+void AudioAnalysis::Finish() {
+    const std::vector<float>& stretch = fLoudestEnergy >= 0 ? fLoudest : fSecond;
+    fResult.dominantHz = DominantFrequency(stretch.data(), stretch.size(), fRate);
+}
+
+} // namespace qcphost
