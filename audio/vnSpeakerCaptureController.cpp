@@ -218,3 +218,13 @@ std::shared_ptr<vnAudioPlayThrough> vnSpeakerCaptureController::PlayThrough() co
     std::lock_guard lock(fMutex);
     return fPlayThrough;
 }
+
+std::shared_ptr<CAPlayThroughHost> vnSpeakerCaptureController::PlayThroughHost() const {
+    std::lock_guard lock(fMutex);
+    return fPlayThrough ? fPlayThrough->Host() : nullptr;
+}
+
+AudioDeviceID vnSpeakerCaptureController::ForwardedToDeviceID() const {
+    std::lock_guard lock(fMutex);
+    return fPlayThrough ? fPlayThrough->OutputDeviceID() : 0;
+}

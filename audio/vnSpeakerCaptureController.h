@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 
+class CAPlayThroughHost;
 class vnAudioPlayThrough;
 
 // Plays what the capture driver records on a real output device for as long
@@ -52,8 +53,11 @@ public:
     AudioDeviceID PlayThroughOutputDeviceID() const;
     std::string PlayThroughDeviceName() const;
 
-    // The play-through while forwarding, for whoever watches it.
+    // The play-through while forwarding, its host and the device it
+    // forwards to (0 when none), for whoever watches it.
     std::shared_ptr<vnAudioPlayThrough> PlayThrough() const;
+    std::shared_ptr<CAPlayThroughHost> PlayThroughHost() const;
+    AudioDeviceID ForwardedToDeviceID() const;
 
 private:
     vnSpeakerCaptureController() = default;
