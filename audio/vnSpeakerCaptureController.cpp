@@ -103,21 +103,24 @@ void vnSpeakerCaptureController::Start() {
 
 void vnSpeakerCaptureController::Stop() {
     std::lock_guard startStop(fStartStopMutex);
+    std::shared_ptr<vnAudioPlayThrough> playThrough;
     {
         std::lock_guard lock(fMutex);
         const int count = fStartCount;
         // A Stop without a Start still tears down, but leaves no debt.
         fStartCount = std::max(count - 1, 0);
         if (count > 1) return;
-        if (fPlayThrough) fPlayThrough->Stop();
-        fPlayThrough.reset();
+        playThrough = std::move(fPlayThrough);
         fPlayThroughDeviceName.clear();
         fCaptureDeviceID = 0;
         fSystemOutputDeviceID = 0;
         fPlayThroughOutputDeviceID = 0;
     }
-    // Unlocked: removal waits for a listener running, which takes the lock.
-    // The device-list listener stays; it does nothing while idle.
+    // Unlocked: stopping removes the host's listeners and the removal below
+    // a listener; each waits for a listener running, which may be waiting
+    // for the lock. The device-list listener stays; it does nothing while
+    // idle.
+    if (playThrough) playThrough->Stop();
     if (const OSStatus status = RemoveDefaultAudioOutputListener())
         zTrace("System Audio Capture: Unable to remove default audio output listener. {}\n",
                vnAudioHelper_DescriptionForError(status));

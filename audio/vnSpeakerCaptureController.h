@@ -15,10 +15,10 @@ class vnAudioPlayThrough;
 //
 // Start, Stop and SetSystemOutputDeviceID come from the audio engine's
 // thread; the listeners from CoreAudio's notification thread, one at a time.
-// A lock keeps the two sides from overlapping. It is never held while the
-// default-output listener is removed, which waits for a listener running;
-// it is held while a play-through stops, which waits only for I/O callbacks
-// and the play-through's own rebuilds, neither of which takes it. Nothing is
+// A lock keeps the two sides from overlapping. The engine's thread never
+// holds it while removing a listener (the play-through's included, when it
+// stops), since removal waits for a listener running, which may be waiting
+// for the lock; on the notification thread removal does not wait. Nothing is
 // reported to callers: every failure goes to the user log or the trace and
 // the controller carries on without speakers.
 class vnSpeakerCaptureController {
