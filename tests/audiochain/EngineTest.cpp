@@ -66,7 +66,7 @@ TEST_F(Engine, StartsNestedRecordsWhatIsPlayedAndPutsTheRoutingBack) {
     EXPECT_EQ(engine.RingBytes(), 0u);
     EXPECT_EQ(Default(kAudioHardwarePropertyDefaultOutputDevice), speakers);
     EXPECT_EQ(Default(kAudioHardwarePropertyDefaultSystemOutputDevice), speakers);
-    EXPECT_TRUE(UserLog().empty()) << UserLog().front();
+    EXPECT_EQ(UserLog(), std::vector<std::string>{});
 }
 
 } // namespace

@@ -148,11 +148,18 @@ TYPED_TEST(DeviceIOContract, AUnitStoppingItselfIsNotCalledAgain) {
 }
 
 TYPED_TEST(DeviceIOContract, UnitCallsFailAsTheLayerAndTheUnitSay) {
-    const AudioObjectID device = this->Plug("faulty");
     AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
     this->fUnits.push_back(unit);
     EXPECT_EQ(AudioOutputUnitStart(unit), kAudioUnitErr_Uninitialized);
-    EXPECT_EQ(AudioUnitInitialize(unit), kAudioUnitErr_NoConnection) << "no device yet";
+    EXPECT_EQ(AudioUnitInitialize(unit), kAudioUnitErr_NoConnection) << "no output device at all";
+    const AudioObjectID device = this->Plug("faulty");
+    EXPECT_EQ(AudioUnitInitialize(unit), 0) << "a unit not given a device plays to the default output";
+    AudioObjectID current = kAudioObjectUnknown;
+    UInt32 size = sizeof current;
+    ASSERT_EQ(AudioUnitGetProperty(unit, kAudioOutputUnitProperty_CurrentDevice, kAudioUnitScope_Global, 0, &current,
+                                   &size),
+              0);
+    EXPECT_EQ(current, device);
     ASSERT_EQ(SetDevice(unit, device), 0);
     EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 0, 1),
               kAudioUnitErr_InvalidElement);
@@ -169,8 +176,11 @@ TYPED_TEST(DeviceIOContract, UnitCallsFailAsTheLayerAndTheUnitSay) {
     EXPECT_EQ(AudioUnitInitialize(unit), kAudioDevicePermissionsError);
     this->fHarness.ClearFaults();
     ASSERT_EQ(AudioUnitInitialize(unit), 0);
-    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Output, 0, 0),
-              kAudioUnitErr_Initialized);
+    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 1), 0);
+    EXPECT_EQ(AudioOutputUnitStart(unit), kAudioUnitErr_Uninitialized)
+        << "a change that cannot be initialised leaves the unit uninitialised";
+    EXPECT_EQ(SetUInt32(unit, kAudioOutputUnitProperty_EnableIO, kAudioUnitScope_Input, 1, 0), 0);
+    ASSERT_EQ(AudioUnitInitialize(unit), 0);
 
     this->fHarness.InjectStartFault(device, kAudioHardwareIllegalOperationError);
     EXPECT_EQ(AudioOutputUnitStart(unit), kAudioHardwareIllegalOperationError);
@@ -201,9 +211,6 @@ TYPED_TEST(DeviceIOContract, TheDevicesBufferSizeIsReadAndWrittenThroughAUnit) {
     AudioUnit unit = NewOutputUnit(kAudioUnitSubType_HALOutput);
     this->fUnits.push_back(unit);
     UInt32 frames = 0, size = sizeof frames;
-    EXPECT_EQ(AudioUnitGetProperty(unit, kAudioDevicePropertyBufferFrameSize, kAudioUnitScope_Global, 0, &frames,
-                                   &size),
-              kAudioUnitErr_NoConnection);
     ASSERT_EQ(SetDevice(unit, device), 0);
     ASSERT_EQ(AudioUnitGetProperty(unit, kAudioDevicePropertyBufferFrameSize, kAudioUnitScope_Global, 0, &frames,
                                    &size),

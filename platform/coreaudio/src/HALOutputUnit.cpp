@@ -52,8 +52,9 @@ HALOutputUnit::HALOutputUnit(bool defaultOutput)
 HALOutputUnit::~HALOutputUnit() { Stop(); }
 
 AudioObjectID HALOutputUnit::TargetDevice() const {
+    // Until given one, a unit plays to the default output.
     AudioObjectID device = fDevice;
-    if (fDefaultOutput && !fDeviceSet &&
+    if (!fDeviceSet &&
         ReadDevice(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice, device) != noErr)
         return kAudioObjectUnknown;
     return device;
@@ -72,6 +73,10 @@ OSStatus HALOutputUnit::FollowDevice(AudioObjectID device) {
 
 OSStatus HALOutputUnit::Initialize() {
     std::lock_guard lock(fMutex);
+    return InitializeLocked();
+}
+
+OSStatus HALOutputUnit::InitializeLocked() {
     if (fInitialized) return noErr;
     const AudioObjectID device = TargetDevice();
     if (device == kAudioObjectUnknown) return kAudioUnitErr_NoConnection;
@@ -137,6 +142,7 @@ OSStatus HALOutputUnit::Start() {
     }
     AudioDeviceLayer* layer = Current();
     if (!layer) return kAudioHardwareNotRunningError;
+    fSampleOrigin = -1;
     const OSStatus status = layer->StartDeviceIO(device, &IOProc, this);
     if (status == noErr) fRunning = true;
     return status;
@@ -162,8 +168,21 @@ AudioStreamBasicDescription* HALOutputUnit::ClientFormat(AudioUnitScope scope, A
 }
 
 AudioStreamBasicDescription HALOutputUnit::DeviceFormat(AudioUnitScope scope) const {
-    const UInt32 channels = scope == kAudioUnitScope_Input ? fDeviceInputChannels : fDeviceOutputChannels;
-    return FloatFormat(fDeviceRate, channels, true);
+    if (fInitialized) {
+        const UInt32 channels = scope == kAudioUnitScope_Input ? fDeviceInputChannels : fDeviceOutputChannels;
+        return FloatFormat(fDeviceRate, channels, true);
+    }
+    // Before initialisation, what the current device offers now.
+    const AudioObjectID device = TargetDevice();
+    Float64 rate = 0;
+    UInt32 channels = 0;
+    if (device != kAudioObjectUnknown) {
+        ReadDevice(device, kAudioDevicePropertyNominalSampleRate, rate);
+        DeviceChannels(device, scope == kAudioUnitScope_Input ? kAudioObjectPropertyScopeInput
+                                                               : kAudioObjectPropertyScopeOutput,
+                       channels);
+    }
+    return FloatFormat(rate, channels, true);
 }
 
 OSStatus HALOutputUnit::Locate(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
@@ -174,6 +193,7 @@ OSStatus HALOutputUnit::Locate(AudioUnitPropertyID id, AudioUnitScope scope, Aud
     case kAudioOutputUnitProperty_IsRunning:
     case kAudioUnitProperty_MaximumFramesPerSlice:
     case kAudioOutputUnitProperty_SetInputCallback:
+    case kAudioOutputUnitProperty_StartTimestampsAtZero:
     case kAudioDevicePropertyBufferFrameSize:
         if (!global) return kAudioUnitErr_InvalidScope;
         size = id == kAudioOutputUnitProperty_SetInputCallback ? sizeof(AURenderCallbackStruct) : sizeof(UInt32);
@@ -236,6 +256,8 @@ OSStatus HALOutputUnit::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope
         return put(UInt32{fRunning});
     case kAudioUnitProperty_MaximumFramesPerSlice:
         return put(fMaxFrames);
+    case kAudioOutputUnitProperty_StartTimestampsAtZero:
+        return put(UInt32{fTimestampsAtZero});
     case kAudioDevicePropertyBufferFrameSize: {
         const AudioObjectID device = fInitialized ? fActiveDevice : TargetDevice();
         if (device == kAudioObjectUnknown) return kAudioUnitErr_NoConnection;
@@ -270,8 +292,18 @@ OSStatus HALOutputUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope
     if (size != needed) return kAudioUnitErr_InvalidPropertyValue;
     // The I/O thread reads the settings without a lock.
     if (fRunning) return kAudioUnitErr_CannotDoInCurrentContext;
+    // An initialised unit takes the change and initialises again, as the
+    // HAL's unit does; when that fails it stays uninitialised.
     const bool callback = id == kAudioUnitProperty_SetRenderCallback || id == kAudioOutputUnitProperty_SetInputCallback;
-    if (fInitialized && !callback) return kAudioUnitErr_Initialized;
+    const bool reinitialize = fInitialized && !callback && id != kAudioDevicePropertyBufferFrameSize;
+    if (reinitialize) fInitialized = false;
+    const OSStatus status = Apply(id, scope, element, data, size);
+    if (reinitialize) InitializeLocked();
+    return status;
+}
+
+OSStatus HALOutputUnit::Apply(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                              const void* data, UInt32 size) {
     UInt32 flag = 0;
     std::memcpy(&flag, data, std::min<UInt32>(size, sizeof flag));
     switch (id) {
@@ -298,6 +330,9 @@ OSStatus HALOutputUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope
         return noErr;
     case kAudioOutputUnitProperty_EnableIO:
         (scope == kAudioUnitScope_Input ? fInputEnabled : fOutputEnabled) = flag != 0;
+        return noErr;
+    case kAudioOutputUnitProperty_StartTimestampsAtZero:
+        fTimestampsAtZero = flag != 0;
         return noErr;
     case kAudioUnitProperty_ShouldAllocateBuffer:
         fAllocateInput = flag != 0;
@@ -385,10 +420,20 @@ void HALOutputUnit::Cycle(const AudioBufferList* input, const AudioTimeStamp& in
     CopyChannels(*played, *output, frames);
 }
 
-OSStatus HALOutputUnit::IOProc(AudioObjectID, const AudioTimeStamp*, const AudioBufferList* input,
+OSStatus HALOutputUnit::IOProc(AudioObjectID, const AudioTimeStamp* now, const AudioBufferList* input,
                                const AudioTimeStamp* inputTime, AudioBufferList* output,
                                const AudioTimeStamp* outputTime, void* clientData) {
-    static_cast<HALOutputUnit*>(clientData)->Cycle(input, *inputTime, output, *outputTime);
+    auto& unit = *static_cast<HALOutputUnit*>(clientData);
+    if (!unit.fTimestampsAtZero) {
+        unit.Cycle(input, *inputTime, output, *outputTime);
+        return noErr;
+    }
+    // Each run's time line starts at zero.
+    if (unit.fSampleOrigin < 0) unit.fSampleOrigin = now->mSampleTime;
+    AudioTimeStamp in = *inputTime, out = *outputTime;
+    in.mSampleTime -= unit.fSampleOrigin;
+    out.mSampleTime -= unit.fSampleOrigin;
+    unit.Cycle(input, in, output, out);
     return noErr;
 }
 

@@ -21,6 +21,10 @@ namespace qcp::coreaudio {
 // Until a client format is set it follows the current device. The device's
 // buffer frame size is read and written through the unit, as on the device.
 //
+// Until given a current device, a unit plays to the default output. An
+// initialised unit whose configuration changes initialises itself again, and
+// stays uninitialised when the new configuration cannot be.
+//
 // Configuration calls come from any thread and are refused while running;
 // the callbacks and AudioUnitRender run on the device's I/O thread and
 // allocate nothing.
@@ -49,6 +53,11 @@ private:
     };
     using Converter = std::unique_ptr<OpaqueAudioConverter, ConverterDeleter>;
 
+    // Lock held.
+    OSStatus InitializeLocked();
+    // Sets a property found settable; lock held.
+    OSStatus Apply(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, const void* data,
+                   UInt32 size);
     // Where a property lives: its size, or an error for a bad scope/element.
     OSStatus Locate(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, UInt32& size,
                     bool& writable) const;
@@ -77,6 +86,7 @@ private:
     bool fInputClientSet = false;
     UInt32 fMaxFrames = 4096;
     bool fAllocateInput = true;
+    bool fTimestampsAtZero = true;
     AURenderCallbackStruct fRenderCallback{};
     AURenderCallbackStruct fInputCallback{};
     // Set by Initialize.
@@ -93,6 +103,9 @@ private:
     Converter fRenderConverter;
     Converter fInputConverter;
     std::atomic<bool> fRunning{false};
+    // The device's sample time at the first cycle of a run, when time stamps
+    // start at zero; negative until that cycle. I/O thread only once running.
+    Float64 fSampleOrigin = -1;
     // The device's input during an input callback, for AudioUnitRender.
     std::atomic<const AudioBufferList*> fCycleInput{nullptr};
     std::atomic<UInt32> fCycleFrames{0};
