@@ -68,6 +68,10 @@ TEST_F(SystemAudioEndToEnd, TheHostReceivesWhatIsPlayedAndTheSpeakersStillPlayIt
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     EXPECT_NEAR(53 * 0.0375 / seconds, 1.0, 0.2) << "packets come at the recorder's pace";
 
+    // The speakers keep playing while the system plays into the driver: a
+    // second more of cycles, and what they played is the tone.
+    const uint64_t cycles = fSim->IOCycles(kSimSpeakersUID);
+    ASSERT_TRUE(WaitFor([&] { return fSim->IOCycles(kSimSpeakersUID) > cycles + 94; }, 10s));
     const auto heard = ChannelOf(fSim->Recording(kSimSpeakersUID, 24000), 2, 0);
     QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, nullptr);
     EXPECT_EQ(Default(kAudioHardwarePropertyDefaultOutputDevice), speakers) << "routing restored";
