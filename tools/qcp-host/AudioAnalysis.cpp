@@ -20,19 +20,31 @@ AudioAnalysis::AudioAnalysis(uint32_t rate, uint32_t channels) : fRate(rate), fC
 void AudioAnalysis::Packet(uint32_t bytes, uint64_t arrivalMicros) {
     const double arrival = double(arrivalMicros);
     const double lengthMicros = bytes / (2.0 * fChannels) * 1e6 / fRate;
-    if (fResult.packets > 0) {
-        const double missingMs = (arrival - lengthMicros - fAudioEndMicros) / 1000;
-        if (missingMs > kGapToleranceMs) {
-            ++fResult.gaps;
-            fResult.gapTotalMs += missingMs;
-            fResult.gapLongestMs = std::max(fResult.gapLongestMs, missingMs);
-        }
-        fAudioEndMicros = std::max(fAudioEndMicros + lengthMicros, arrival);
-    } else {
+    if (fResult.packets == 0) {
         fAudioEndMicros = arrival;
+    } else if (const double missingMs = (arrival - lengthMicros - fAudioEndMicros) / 1000;
+               missingMs > kGapToleranceMs) {
+        if (fOpenGapMs > kGapToleranceMs) {
+            ++fClosedGaps;
+            fClosedGapMs += fOpenGapMs;
+            fClosedLongestMs = std::max(fClosedLongestMs, fOpenGapMs);
+        }
+        fOpenGapMs = missingMs;
+        fAudioEndMicros = arrival;
+    } else {
+        fAudioEndMicros += lengthMicros;
+        const double earlyMs = std::min((fAudioEndMicros - arrival) / 1000, fOpenGapMs);
+        if (earlyMs > 0) {
+            fOpenGapMs -= earlyMs;
+            fAudioEndMicros -= earlyMs * 1000;
+        }
     }
     ++fResult.packets;
     ++fResult.sizes[bytes];
+    const bool open = fOpenGapMs > kGapToleranceMs;
+    fResult.gaps = fClosedGaps + (open ? 1 : 0);
+    fResult.gapTotalMs = fClosedGapMs + (open ? fOpenGapMs : 0);
+    fResult.gapLongestMs = std::max(fClosedLongestMs, open ? fOpenGapMs : 0);
 }
 
 void AudioAnalysis::Samples(const int16_t* samples, size_t frames) {

@@ -12,11 +12,12 @@ namespace qcphost {
 // levels and the dominant frequency. Made and fed by the audio recorder's
 // writer thread only (not thread-safe), which may allocate.
 //
-// A gap is missing time between packets on the host's clock: a packet's
-// audio is taken to end when it arrives, or when the previous packet's audio
-// ended plus its own length if that is later (a burst after a stall carries
-// the stalled audio). A packet whose audio starts more than kGapToleranceMs
-// after the previous one's ended leaves a gap of the difference.
+// A gap is audio missing between packets, told by the host's clock: a
+// packet whose audio would start more than kGapToleranceMs after the previous
+// packet's audio ended (each packet's audio taken to end when it arrives)
+// opens a gap of the difference. A stall is no loss when a burst of the
+// stalled packets follows: audio cannot end after it arrived, so a packet
+// whose audio would, gives that much back from the latest gap.
 class AudioAnalysis {
 public:
     static constexpr double kGapToleranceMs = 10;
@@ -51,6 +52,9 @@ private:
     const uint32_t fRate, fChannels;
     Result fResult;
     double fAudioEndMicros = 0;
+    // The latest gap stays open to what a burst gives back; the others are closed.
+    double fOpenGapMs = 0, fClosedGapMs = 0, fClosedLongestMs = 0;
+    uint64_t fClosedGaps = 0;
     // The last second's peak, block by block.
     std::array<float, kLevelBlocks> fBlockPeaks{};
     size_t fBlock = 0, fBlockFrames = 0;

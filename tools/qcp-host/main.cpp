@@ -24,10 +24,31 @@ Commands:
   settings get SOURCE          the settings record of a new source SOURCE
   settings set SOURCE XML      applies a settings record (XML text, or @FILE to
                                read it from a file), then prints the result
-  capture [OPTIONS]            captures for a while and reports the frames that
-                               arrived: --display N, --region L,T,R,B,
-                               --window TITLE --app APP [--game],
-                               --cursor on|off, --duration SECONDS
+  capture [OPTIONS]            captures for a while and reports what arrived,
+                               in the terminal and in DIR/summary.json:
+    --display N                the display to capture (default 0)
+    --region L,T,R,B           only this part of it (default: all of it)
+    --window TITLE --app APP   a window instead, [--game] as a full-screen game
+    --cursor on|off            draw the mouse cursor (default on)
+    --duration SECONDS         how long to capture (default 3)
+    --frames N                 stop after N video frames (default: by time)
+    --output DIR               where the files go (default capture-out)
+    --png-interval SECONDS     seconds between PNG samples, 0 for none
+                               (default 1)
+    --no-video                 no MP4 (made with ffmpeg by default); with
+                               --audio, no screen capture at all
+    --audio                    also records the system audio (default off) into
+                               DIR/audio.wav, 48 kHz 16-bit stereo, and reports
+                               its packets and their sizes, the peak level in
+                               dBFS (in the progress line: over the last
+                               second), gaps (audio missing on the host's
+                               clock: a packet whose audio would start over
+                               10 ms after the previous one's ended, less what
+                               a burst after a stall makes up) and the dominant
+                               frequency
+                               (Goertzel filters every 10 Hz from 20 Hz to
+                               20 kHz, then every 0.05 Hz near the strongest,
+                               over the loudest second)
   help                         this text
 
 Environment:
