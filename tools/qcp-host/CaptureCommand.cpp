@@ -148,7 +148,6 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
             std::fprintf(stderr, "qcp-host: %s\n", error.c_str());
             return 1;
         }
-        plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, &*audio);
     }
     std::optional<FrameRecorder> recorder;
     Session session;
@@ -168,6 +167,10 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
     };
     const auto droppedFrames = [&] { return recorder ? recorder->dropped() : 0; };
 
+    // Audio starts and stops as close to the timed loop as it can, so that it
+    // lasts about --duration whatever setting the screen up takes.
+    if (audio)
+        plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, &*audio);
     const auto begin = std::chrono::steady_clock::now();
     double elapsed = 0;
     for (int tick = 0; elapsed < options.seconds; ++tick) {
@@ -177,14 +180,14 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
         if (tick % 25 == 0) Progress(elapsed, now, droppedFrames(), audio ? &*audio : nullptr);
         if (now && options.frames && now->frames >= options.frames) break;
     }
-    if (recorder) {
-        plugin.QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, source);
-        recorder->Finish();
-    }
     if (audio) {
         // No call follows the clearing, so the recorder may finish.
         plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, nullptr);
         audio->Finish();
+    }
+    if (recorder) {
+        plugin.QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, source);
+        recorder->Finish();
     }
 
     const std::optional<CaptureStats::Summary> summary = videoNow();
