@@ -50,8 +50,8 @@ OSStatus vnAudioOutput::Configure(AudioObjectID device, const AudioStreamBasicDe
     if (const OSStatus status = AudioUnitSetProperty(fUnit, kAudioOutputUnitProperty_CurrentDevice,
                                                      kAudioUnitScope_Global, 0, &device, sizeof device))
         return status;
-    if (const OSStatus status =
-            AudioUnitSetProperty(fUnit, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Input, 0, &format, sizeof format))
+    if (const OSStatus status = AudioUnitSetProperty(fUnit, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Input, 0,
+                                                     &format, sizeof format))
         return status;
     const AURenderCallbackStruct callback{&vnAudioOutput::Render, this};
     if (const OSStatus status = AudioUnitSetProperty(fUnit, kAudioUnitProperty_SetRenderCallback,

@@ -134,8 +134,9 @@ TEST_F(DriverManagerTest, AMissingDriverGetsTheInstallPromptWithTheKeysWhenUntra
     const qcp::platform::Alert alert = fWorld->Alerts()[0];
     EXPECT_EQ(alert.message, "mac_audio_driver_install_required");
     EXPECT_EQ(alert.informativeText, "mac_audio_driver_install_required_details");
-    EXPECT_EQ(alert.buttons,
-              (std::vector<std::string>{"mac_audio_driver_install_button_title", "mac_audio_driver_cancel_button_title"}));
+    const std::vector<std::string> buttons{"mac_audio_driver_install_button_title",
+                                           "mac_audio_driver_cancel_button_title"};
+    EXPECT_EQ(alert.buttons, buttons);
 }
 
 TEST_F(DriverManagerTest, WithoutForceTheUserIsAskedOnlyOnce) {
@@ -172,7 +173,8 @@ TEST_F(DriverManagerTest, InstallCompletesOnTheMainQueueHalfASecondAfterTheInsta
             ++fCompletions;
         },
         true);
-    ASSERT_EQ(fWorld->InstallerRuns(), std::vector<std::string>{(fFolder / "InstallOstrelAudioCapture.pkg").string()});
+    const std::vector<std::string> runs{(fFolder / "InstallOstrelAudioCapture.pkg").string()};
+    ASSERT_EQ(fWorld->InstallerRuns(), runs);
 
     // The installer takes its time; nothing completes while it runs.
     clock.Advance(5'000'000);
@@ -195,7 +197,8 @@ TEST_F(DriverManagerTest, InstallCompletesOnTheMainQueueHalfASecondAfterTheInsta
 TEST_F(DriverManagerTest, UninstallRunsItsOwnPackage) {
     ShipPackage(VNAudioDriverManager::kUninstallPackage);
     VNAudioDriverManager::uninstallAudioDriver();
-    EXPECT_EQ(fWorld->InstallerRuns(), std::vector<std::string>{(fFolder / "UninstallOstrelAudioDrivers.pkg").string()});
+    const std::vector<std::string> runs{(fFolder / "UninstallOstrelAudioDrivers.pkg").string()};
+    EXPECT_EQ(fWorld->InstallerRuns(), runs);
     EXPECT_TRUE(fWorld->FinishInstaller(0, 0));
     EXPECT_TRUE(UserLog().empty());
 }
