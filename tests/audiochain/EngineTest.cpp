@@ -1,27 +1,9 @@
 // The audio engine: when it refuses to start, what a start sets up, and the
 // routing it leaves behind.
-#include <atomic>
-
 #include "SystemAudioChainTest.h"
 #include "WaitFor.h"
-#include "vnAudio_mac.h"
 
 namespace {
-
-// Counts what the recorder delivers, and shows the ring's size.
-class CountingEngine : public vnAudio_mac {
-public:
-    ~CountingEngine() override { Stop(); }
-    void ProcessAudioData(double sampleTime, unsigned long long hostTime, void* data, int size) override {
-        vnAudio_mac::ProcessAudioData(sampleTime, hostTime, data, size);
-        if (size > 0) bytes += size;
-    }
-    unsigned int RingBytes() {
-        std::lock_guard lock(fRingLock);
-        return fRing ? fRing->BufferSizeInBytes() : 0;
-    }
-    std::atomic<long> bytes{0};
-};
 
 class Engine : public SystemAudioChainTest {};
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -9,9 +10,25 @@
 #include "CaptureDriver.h"
 #include "SimAudioSystem.h"
 #include "vnAudioHelper.h"
+#include "vnAudio_mac.h"
 #include "zUserLogHistory.h"
 
 using qcp::coreaudio::sim::kSimSpeakersUID;
+
+// Counts what the recorder delivers, and shows the ring's size.
+class CountingEngine : public vnAudio_mac {
+public:
+    ~CountingEngine() override { Stop(); }
+    void ProcessAudioData(double sampleTime, unsigned long long hostTime, void* data, int size) override {
+        vnAudio_mac::ProcessAudioData(sampleTime, hostTime, data, size);
+        if (size > 0) bytes += size;
+    }
+    unsigned int RingBytes() {
+        std::lock_guard lock(fRingLock);
+        return fRing ? fRing->BufferSizeInBytes() : 0;
+    }
+    std::atomic<long> bytes{0};
+};
 
 // A test of the capture chain on the default simulated sound system, on the
 // real clock, with the user log cleared.
