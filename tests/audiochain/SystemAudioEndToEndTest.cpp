@@ -2,7 +2,10 @@
 #include <atomic>
 #include <cmath>
 #include <mutex>
+#include <optional>
+#include <thread>
 
+#include "AllocationCounter.h"
 #include "AudioUnitTestSupport.h"
 #include "Platform.h"
 #include "QCP_API.h"
@@ -22,6 +25,9 @@ struct HostAudio {
     std::vector<uint32_t> sizes;
     std::atomic<int> packets{0};
     bool headersRight = true;
+    // Allocations on the audio thread from the second packet to the 32nd.
+    std::optional<AllocationCounter> counter;
+    std::atomic<int> allocations{-1};
 
     HostAudio() {
         samples.reserve(48000 * 2 * 4);
@@ -37,7 +43,12 @@ struct HostAudio {
         const size_t count = buffer->dataBytes / 2;
         if (self.samples.size() + count <= self.samples.capacity())
             self.samples.insert(self.samples.end(), data, data + count);
-        ++self.packets;
+        const int packet = ++self.packets;
+        if (packet == 2) self.counter.emplace();
+        if (packet == 32) {
+            self.allocations = self.counter->count();
+            self.counter.reset();
+        }
     }
 };
 
@@ -95,6 +106,43 @@ TEST_F(SystemAudioEndToEnd, TheHostReceivesWhatIsPlayedAndTheSpeakersStillPlayIt
 
     EXPECT_NEAR(Peak(heard), DbfsToLevel(-12), 0.003) << "the speakers played it through";
     EXPECT_NEAR(Frequency(heard, 48000), 440, 1);
+}
+
+TEST_F(SystemAudioEndToEnd, NothingAllocatesOnTheAudioThread) {
+    HostAudio host;
+    QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, &host);
+    ASSERT_TRUE(WaitFor([&] { return host.allocations >= 0; }, 20s));
+    QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, nullptr);
+    EXPECT_EQ(host.allocations, 0) << "from the device's cycle to the host's callback, over 30 packets";
+}
+
+// Host threads register and unregister the audio device and add and remove
+// sources (each a receiver) at once, while packets flow.
+TEST_F(SystemAudioEndToEnd, HostThreadsStartAndStopTheChainAtOnce) {
+    const AudioObjectID speakers = fSim->DeviceID(kSimSpeakersUID);
+    HostAudio host;
+    std::thread device([&] {
+        for (int round = 0; round < 2; ++round) {
+            QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, &host);
+            const int seen = host.packets;
+            EXPECT_TRUE(WaitFor([&] { return host.packets > seen + 3; }, 20s));
+            QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, nullptr);
+        }
+    });
+    std::thread sources([&] {
+        for (int round = 0; round < 3; ++round) {
+            char* id = nullptr;
+            ASSERT_EQ(QCP_CreateSource(QCP_SCREEN_DEVICE_ID, &id), 1);
+            EXPECT_EQ(QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, id), 1);
+            QCP_DeleteString(id);
+        }
+    });
+    device.join();
+    sources.join();
+    EXPECT_EQ(Default(kAudioHardwarePropertyDefaultOutputDevice), speakers) << "the last receiver restored routing";
+    std::lock_guard lock(host.mutex);
+    EXPECT_TRUE(host.headersRight);
+    for (const uint32_t size : host.sizes) EXPECT_EQ(size, 7200u) << "whole packets only";
 }
 
 } // namespace
