@@ -122,7 +122,10 @@ QCP_EXPORT uint32_t QCP_GetTimescaleTicksPerSec(void);
  * Callbacks arrive on plug-in threads, never on the thread that registered
  * them: video on the source's stream queue, render queue, display-link thread
  * or feed-detection queue (one at a time per source); audio on the audio
- * thread; source-changed on the thread that applied the change. A source's
+ * thread (system audio: 7,200-byte packets, one at a time, for as long as a
+ * callback with a non-null context is registered on "pc-audio-capture"; an
+ * audio callback must not register audio callbacks or create or remove
+ * sources); source-changed on the thread that applied the change. A source's
  * callbacks are called under that source's callback lock, so registering or
  * clearing one waits for a call in progress and no call follows the clearing.
  * From inside a callback a host may read anything (counts, ids, names,
