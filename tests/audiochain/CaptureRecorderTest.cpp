@@ -92,6 +92,27 @@ TEST_F(CaptureRecorder, PlayingThroughTheSpeakersStillHearTheTone) {
     EXPECT_NEAR(coreaudio_test::Frequency(heard, 48000), 440, 1);
 }
 
+TEST_F(CaptureRecorder, ARateChangeOfTheRecordedDeviceEndsCaptureAndPutsTheRoutingBack) {
+    const AudioObjectID speakers = fSim->DeviceID(kSimSpeakersUID);
+    auto recorder = Make();
+    ASSERT_EQ(recorder->PrepareToRecord(), 0);
+    ASSERT_EQ(Default(kAudioHardwarePropertyDefaultOutputDevice), fSim->DeviceID(kCaptureDriverPlayedIntoUID));
+    const AudioObjectPropertyAddress rate{kAudioDevicePropertyNominalSampleRate, kAudioObjectPropertyScopeGlobal,
+                                          kAudioObjectPropertyElementMain};
+    const Float64 newRate = 44100;
+    ASSERT_EQ(AudioObjectSetPropertyData(fSim->DeviceID(kCaptureDriverRecordedFromUID), &rate, 0, nullptr,
+                                         sizeof newRate, &newRate),
+              0);
+    EXPECT_TRUE(WaitFor([&] { return Default(kAudioHardwarePropertyDefaultOutputDevice) == speakers; }, 10s));
+    // While the speakers play on, the driver's recording device runs no more.
+    const uint64_t recording = fSim->IOCycles(kCaptureDriverRecordedFromUID);
+    const uint64_t speaking = fSim->IOCycles(kSimSpeakersUID);
+    ASSERT_TRUE(WaitFor([&] { return fSim->IOCycles(kSimSpeakersUID) > speaking + 10; }, 10s));
+    EXPECT_LE(fSim->IOCycles(kCaptureDriverRecordedFromUID), recording + 1)
+        << "capture ended until the engine starts again";
+    recorder->StopCapture();
+}
+
 TEST_F(CaptureRecorder, AFailedRoutingIsToldToTheUser) {
     fSim->InjectFault(kAudioObjectSystemObject, kAudioHardwarePropertyDefaultOutputDevice,
                       kAudioHardwareIllegalOperationError, qcp::coreaudio::sim::SimAudioCall::SetData);
