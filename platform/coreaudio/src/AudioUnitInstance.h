@@ -1,4 +1,7 @@
 #pragma once
+#include <cstring>
+#include <mutex>
+
 #include "AudioToolbox/AudioUnit.h"
 
 namespace qcp::coreaudio {
@@ -19,12 +22,34 @@ public:
 
     virtual OSStatus Initialize() = 0;
     virtual OSStatus Uninitialize() = 0;
-    virtual OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                                     UInt32& size, bool& writable) = 0;
-    virtual OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, void* data,
-                                 UInt32& size) = 0;
-    virtual OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                                 const void* data, UInt32 size) = 0;
+
+    // The property calls, checked against where the property lives, its
+    // size and whether it can be set, then read or written under the lock.
+    OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, UInt32& size,
+                             bool& writable) {
+        std::lock_guard lock(fMutex);
+        return Locate(id, scope, element, size, writable);
+    }
+    OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, void* data,
+                         UInt32& size) {
+        std::lock_guard lock(fMutex);
+        UInt32 needed = 0;
+        bool writable = false;
+        if (const OSStatus status = Locate(id, scope, element, needed, writable)) return status;
+        if (size < needed) return kAudioUnitErr_InvalidPropertyValue;
+        PropertyOut out{data, size};
+        return Read(id, scope, element, out);
+    }
+    OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, const void* data,
+                         UInt32 size) {
+        std::lock_guard lock(fMutex);
+        UInt32 needed = 0;
+        bool writable = false;
+        if (const OSStatus status = Locate(id, scope, element, needed, writable)) return status;
+        if (!writable) return kAudioUnitErr_PropertyNotWritable;
+        if (size != needed) return kAudioUnitErr_InvalidPropertyValue;
+        return Write(id, scope, element, data, size);
+    }
     virtual OSStatus GetParameter(AudioUnitParameterID, AudioUnitScope, AudioUnitElement, AudioUnitParameterValue&) {
         return kAudioUnitErr_InvalidParameter;
     }
@@ -39,6 +64,30 @@ public:
     virtual bool IsOutput() const { return false; }
     virtual OSStatus Start() { return kAudio_UnimplementedError; }
     virtual OSStatus Stop() { return kAudio_UnimplementedError; }
+
+protected:
+    // Where a property read puts the value.
+    struct PropertyOut {
+        void* data;
+        UInt32& size;
+        template <class T>
+        OSStatus Put(const T& value) {
+            std::memcpy(data, &value, sizeof value);
+            size = sizeof value;
+            return noErr;
+        }
+    };
+    // Where a property lives: its size and whether it can be set, or an
+    // error for an id, scope or element the unit does not have. Lock held.
+    virtual OSStatus Locate(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, UInt32& size,
+                            bool& writable) const = 0;
+    // A located property, with room for it. Lock held.
+    virtual OSStatus Read(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, PropertyOut& out) = 0;
+    // A located, settable property of the right size. Lock held.
+    virtual OSStatus Write(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, const void* data,
+                           UInt32 size) = 0;
+
+    std::mutex fMutex; // the configuration calls, one at a time
 };
 
 } // namespace qcp::coreaudio

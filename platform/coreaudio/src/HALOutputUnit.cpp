@@ -231,65 +231,43 @@ OSStatus HALOutputUnit::Locate(AudioUnitPropertyID id, AudioUnitScope scope, Aud
     }
 }
 
-OSStatus HALOutputUnit::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                                        UInt32& size, bool& writable) {
-    std::lock_guard lock(fMutex);
-    return Locate(id, scope, element, size, writable);
-}
-
-OSStatus HALOutputUnit::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                                    void* data, UInt32& size) {
-    std::lock_guard lock(fMutex);
-    UInt32 needed = 0;
-    bool writable = false;
-    if (const OSStatus status = Locate(id, scope, element, needed, writable)) return status;
-    if (size < needed) return kAudioUnitErr_InvalidPropertyValue;
-    const auto put = [&](const auto& value) {
-        std::memcpy(data, &value, sizeof value);
-        size = sizeof value;
-        return noErr;
-    };
+OSStatus HALOutputUnit::Read(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                             PropertyOut& out) {
     switch (id) {
     case kAudioOutputUnitProperty_CurrentDevice:
-        return put(fInitialized ? fActiveDevice : TargetDevice());
+        return out.Put(fInitialized ? fActiveDevice : TargetDevice());
     case kAudioOutputUnitProperty_IsRunning:
-        return put(UInt32{fRunning});
+        return out.Put(UInt32{fRunning});
     case kAudioUnitProperty_MaximumFramesPerSlice:
-        return put(fMaxFrames);
+        return out.Put(fMaxFrames);
     case kAudioOutputUnitProperty_StartTimestampsAtZero:
-        return put(UInt32{fTimestampsAtZero});
+        return out.Put(UInt32{fTimestampsAtZero});
     case kAudioDevicePropertyBufferFrameSize: {
         const AudioObjectID device = fInitialized ? fActiveDevice : TargetDevice();
         if (device == kAudioObjectUnknown) return kAudioUnitErr_NoConnection;
         UInt32 frames = 0;
         if (const OSStatus status = ReadDevice(device, kAudioDevicePropertyBufferFrameSize, frames)) return status;
-        return put(frames);
+        return out.Put(frames);
     }
     case kAudioOutputUnitProperty_EnableIO:
-        return put(UInt32{scope == kAudioUnitScope_Input ? fInputEnabled : fOutputEnabled});
+        return out.Put(UInt32{scope == kAudioUnitScope_Input ? fInputEnabled : fOutputEnabled});
     case kAudioUnitProperty_ShouldAllocateBuffer:
-        return put(UInt32{fAllocateInput});
+        return out.Put(UInt32{fAllocateInput});
     case kAudioUnitProperty_StreamFormat:
     case kAudioUnitProperty_SampleRate: {
         const AudioStreamBasicDescription* client = ClientFormat(scope, element);
         const AudioStreamBasicDescription format = client ? *client : DeviceFormat(scope);
-        return id == kAudioUnitProperty_SampleRate ? put(format.mSampleRate) : put(format);
+        return id == kAudioUnitProperty_SampleRate ? out.Put(format.mSampleRate) : out.Put(format);
     }
     case kAudioOutputUnitProperty_SetInputCallback:
-        return put(fInputCallback);
+        return out.Put(fInputCallback);
     default: // the render callback can only be set
         return kAudioUnitErr_InvalidProperty;
     }
 }
 
-OSStatus HALOutputUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                                    const void* data, UInt32 size) {
-    std::lock_guard lock(fMutex);
-    UInt32 needed = 0;
-    bool writable = false;
-    if (const OSStatus status = Locate(id, scope, element, needed, writable)) return status;
-    if (!writable) return kAudioUnitErr_PropertyNotWritable;
-    if (size != needed) return kAudioUnitErr_InvalidPropertyValue;
+OSStatus HALOutputUnit::Write(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
+                              const void* data, UInt32 size) {
     // The I/O thread reads the settings without a lock.
     if (fRunning) return kAudioUnitErr_CannotDoInCurrentContext;
     // An initialised unit takes the change and initialises again, as the

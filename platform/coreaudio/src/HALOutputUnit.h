@@ -38,12 +38,6 @@ public:
     bool IsOutput() const override { return true; }
     OSStatus Start() override;
     OSStatus Stop() override;
-    OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, UInt32& size,
-                             bool& writable) override;
-    OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, void* data,
-                         UInt32& size) override;
-    OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, const void* data,
-                         UInt32 size) override;
     OSStatus Render(AudioUnitRenderActionFlags* flags, const AudioTimeStamp& time, UInt32 bus, UInt32 frames,
                     AudioBufferList& data) override;
 
@@ -58,9 +52,11 @@ private:
     // Sets a property found settable; lock held.
     OSStatus Apply(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, const void* data,
                    UInt32 size);
-    // Where a property lives: its size, or an error for a bad scope/element.
     OSStatus Locate(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, UInt32& size,
-                    bool& writable) const;
+                    bool& writable) const override;
+    OSStatus Read(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, PropertyOut& out) override;
+    OSStatus Write(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, const void* data,
+                   UInt32 size) override;
     // The client-side format of a bus, or null for a device side.
     AudioStreamBasicDescription* ClientFormat(AudioUnitScope scope, AudioUnitElement element);
     AudioStreamBasicDescription DeviceFormat(AudioUnitScope scope) const;
@@ -75,7 +71,6 @@ private:
                            const AudioTimeStamp* outputTime, void* clientData);
 
     const bool fDefaultOutput;
-    std::mutex fMutex; // the configuration calls, one at a time
     AudioObjectID fDevice = kAudioObjectUnknown;
     bool fDeviceSet = false;
     bool fOutputEnabled = true;

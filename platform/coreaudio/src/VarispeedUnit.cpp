@@ -83,43 +83,21 @@ OSStatus VarispeedUnit::Locate(AudioUnitPropertyID id, AudioUnitScope scope, Aud
     }
 }
 
-OSStatus VarispeedUnit::GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                                        UInt32& size, bool& writable) {
-    std::lock_guard lock(fMutex);
-    return Locate(id, scope, element, size, writable);
-}
-
-OSStatus VarispeedUnit::GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                                    void* data, UInt32& size) {
-    std::lock_guard lock(fMutex);
-    UInt32 needed = 0;
-    bool writable = false;
-    if (const OSStatus status = Locate(id, scope, element, needed, writable)) return status;
-    if (size < needed) return kAudioUnitErr_InvalidPropertyValue;
-    const auto put = [&](const auto& value) {
-        std::memcpy(data, &value, sizeof value);
-        size = sizeof value;
-        return noErr;
-    };
+OSStatus VarispeedUnit::Read(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement, PropertyOut& out) {
     switch (id) {
     case kAudioUnitProperty_StreamFormat:
-        return put(*Format(scope));
+        return out.Put(*Format(scope));
     case kAudioUnitProperty_SampleRate:
-        return put(Format(scope)->mSampleRate);
+        return out.Put(Format(scope)->mSampleRate);
     case kAudioUnitProperty_MaximumFramesPerSlice:
-        return put(fMaxFrames);
+        return out.Put(fMaxFrames);
     default: // the render callback can only be set
         return kAudioUnitErr_InvalidProperty;
     }
 }
 
-OSStatus VarispeedUnit::SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element,
-                                    const void* data, UInt32 size) {
-    std::lock_guard lock(fMutex);
-    UInt32 needed = 0;
-    bool writable = false;
-    if (const OSStatus status = Locate(id, scope, element, needed, writable)) return status;
-    if (size != needed) return kAudioUnitErr_InvalidPropertyValue;
+OSStatus VarispeedUnit::Write(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement, const void* data,
+                              UInt32) {
     if (fInitialized) return kAudioUnitErr_Initialized;
     switch (id) {
     case kAudioUnitProperty_StreamFormat: {

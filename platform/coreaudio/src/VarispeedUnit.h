@@ -28,12 +28,6 @@ public:
 
     OSStatus Initialize() override;
     OSStatus Uninitialize() override;
-    OSStatus GetPropertyInfo(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, UInt32& size,
-                             bool& writable) override;
-    OSStatus GetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, void* data,
-                         UInt32& size) override;
-    OSStatus SetProperty(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, const void* data,
-                         UInt32 size) override;
     OSStatus GetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
                           AudioUnitParameterValue& value) override;
     OSStatus SetParameter(AudioUnitParameterID id, AudioUnitScope scope, AudioUnitElement element,
@@ -46,13 +40,15 @@ private:
         void operator()(SRC_STATE_tag* state) const;
     };
     OSStatus Locate(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, UInt32& size,
-                    bool& writable) const;
+                    bool& writable) const override;
+    OSStatus Read(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, PropertyOut& out) override;
+    OSStatus Write(AudioUnitPropertyID id, AudioUnitScope scope, AudioUnitElement element, const void* data,
+                   UInt32 size) override;
     AudioStreamBasicDescription* Format(AudioUnitScope scope);
     // The resampler's input callback: renders the next input into fPulled and
     // hands it over interleaved.
     static long Pull(void* self, float** data);
 
-    std::mutex fMutex; // configuration, one call at a time
     AudioStreamBasicDescription fInputFormat;
     AudioStreamBasicDescription fOutputFormat;
     UInt32 fMaxFrames = 4096;
