@@ -14,18 +14,6 @@ constexpr AudioComponentDescription kVarispeed{kAudioUnitType_FormatConverter, k
 constexpr AudioComponentDescription kDefaultOutput{kAudioUnitType_Output, kAudioUnitSubType_DefaultOutput,
                                                    kAudioUnitManufacturer_Apple, 0, 0};
 
-AudioStreamBasicDescription FloatStereo(Float64 rate) {
-    AudioStreamBasicDescription format{};
-    format.mSampleRate = rate;
-    format.mFormatID = kAudioFormatLinearPCM;
-    format.mFormatFlags = kAudioFormatFlagsNativeFloatPacked | kAudioFormatFlagIsNonInterleaved;
-    format.mFramesPerPacket = 1;
-    format.mChannelsPerFrame = 2;
-    format.mBitsPerChannel = 32;
-    format.mBytesPerFrame = format.mBytesPerPacket = 4;
-    return format;
-}
-
 AudioUnit UnitOf(AUGraph graph, AUNode node) {
     AudioUnit unit = nullptr;
     EXPECT_EQ(AUGraphNodeInfo(graph, node, nullptr, &unit), 0);
@@ -92,7 +80,7 @@ TEST_F(AUGraphPlaying, AVarispeedFeedingAnOutputPlaysItsInputAtTheDevicesRate) {
     ASSERT_EQ(AUGraphOpen(fGraph), 0);
     AudioUnit varispeed = UnitOf(fGraph, varispeedNode), output = UnitOf(fGraph, outputNode);
     ASSERT_EQ(SetDevice(output, device), 0);
-    const AudioStreamBasicDescription in = FloatStereo(48000), out = FloatStereo(44100);
+    const AudioStreamBasicDescription in = FloatFormat(48000, 2, false), out = FloatFormat(44100, 2, false);
     ASSERT_EQ(AudioUnitSetProperty(varispeed, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Input, 0, &in,
                                    sizeof in),
               0);

@@ -40,16 +40,23 @@ inline OSStatus SetCallback(AudioUnit unit, AudioUnitPropertyID id, AURenderCall
     return AudioUnitSetProperty(unit, id, scope, 0, &callback, sizeof callback);
 }
 
-// Asks a HAL unit for its input as one channel of float32 at `rate`.
-inline OSStatus SetMonoInputFormat(AudioUnit unit, Float64 rate = 48000) {
+// Float32 linear PCM, interleaved or one channel per buffer.
+inline AudioStreamBasicDescription FloatFormat(Float64 rate, UInt32 channels, bool interleaved) {
     AudioStreamBasicDescription format{};
     format.mSampleRate = rate;
     format.mFormatID = kAudioFormatLinearPCM;
-    format.mFormatFlags = kAudioFormatFlagsNativeFloatPacked | kAudioFormatFlagIsNonInterleaved;
+    format.mFormatFlags =
+        kAudioFormatFlagsNativeFloatPacked | (interleaved ? 0U : UInt32{kAudioFormatFlagIsNonInterleaved});
     format.mFramesPerPacket = 1;
-    format.mChannelsPerFrame = 1;
+    format.mChannelsPerFrame = channels;
     format.mBitsPerChannel = 32;
-    format.mBytesPerFrame = format.mBytesPerPacket = sizeof(Float32);
+    format.mBytesPerFrame = format.mBytesPerPacket = sizeof(Float32) * (interleaved ? channels : 1);
+    return format;
+}
+
+// Asks a HAL unit for its input as one channel of float32 at `rate`.
+inline OSStatus SetMonoInputFormat(AudioUnit unit, Float64 rate = 48000) {
+    const AudioStreamBasicDescription format = FloatFormat(rate, 1, false);
     return AudioUnitSetProperty(unit, kAudioUnitProperty_StreamFormat, kAudioUnitScope_Output, 1, &format,
                                 sizeof format);
 }

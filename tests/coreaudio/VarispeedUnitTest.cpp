@@ -11,20 +11,6 @@ namespace {
 
 using namespace coreaudio_test;
 
-AudioStreamBasicDescription FloatStereo(Float64 rate, bool interleaved) {
-    AudioStreamBasicDescription format{};
-    format.mSampleRate = rate;
-    format.mFormatID = kAudioFormatLinearPCM;
-    format.mFormatFlags =
-        kAudioFormatFlagsNativeFloatPacked | (interleaved ? 0U : UInt32{kAudioFormatFlagIsNonInterleaved});
-    format.mFramesPerPacket = 1;
-    format.mChannelsPerFrame = 2;
-    format.mBitsPerChannel = 32;
-    format.mBytesPerFrame = format.mBytesPerPacket = interleaved ? 8 : 4;
-    return format;
-}
-
-
 class Varispeed : public testing::Test {
 protected:
     void SetUp() override {
@@ -38,8 +24,8 @@ protected:
         return AudioUnitSetProperty(fUnit, kAudioUnitProperty_StreamFormat, scope, 0, &format, sizeof format);
     }
     void Configure(Sine& sine, Float64 outputRate) {
-        ASSERT_EQ(SetFormat(kAudioUnitScope_Input, FloatStereo(sine.rate, false)), 0);
-        ASSERT_EQ(SetFormat(kAudioUnitScope_Output, FloatStereo(outputRate, true)), 0);
+        ASSERT_EQ(SetFormat(kAudioUnitScope_Input, FloatFormat(sine.rate, 2, false)), 0);
+        ASSERT_EQ(SetFormat(kAudioUnitScope_Output, FloatFormat(outputRate, 2, true)), 0);
         ASSERT_EQ(SetCallback(fUnit, kAudioUnitProperty_SetRenderCallback, &Sine::Render, &sine), 0);
         ASSERT_EQ(AudioUnitInitialize(fUnit), 0);
     }
@@ -103,19 +89,19 @@ TEST_F(Varispeed, RefusesWhatItCannotDo) {
     OSStatus status = noErr;
     Render(1, &status);
     EXPECT_EQ(status, kAudioUnitErr_Uninitialized);
-    AudioStreamBasicDescription mono = FloatStereo(48000, true);
+    AudioStreamBasicDescription mono = FloatFormat(48000, 2, true);
     mono.mChannelsPerFrame = 1;
     mono.mBytesPerFrame = mono.mBytesPerPacket = 4;
     ASSERT_EQ(SetFormat(kAudioUnitScope_Input, mono), 0);
     EXPECT_EQ(AudioUnitInitialize(fUnit), kAudioUnitErr_FormatNotSupported) << "channels must match";
-    AudioStreamBasicDescription int16 = FloatStereo(48000, true);
+    AudioStreamBasicDescription int16 = FloatFormat(48000, 2, true);
     int16.mFormatFlags = kAudioFormatFlagIsSignedInteger | kAudioFormatFlagIsPacked;
     int16.mBitsPerChannel = 16;
     EXPECT_EQ(SetFormat(kAudioUnitScope_Output, int16), kAudioUnitErr_FormatNotSupported);
 
     Sine sine{1000, 48000};
     Configure(sine, 48000);
-    EXPECT_EQ(SetFormat(kAudioUnitScope_Output, FloatStereo(44100, true)), kAudioUnitErr_Initialized);
+    EXPECT_EQ(SetFormat(kAudioUnitScope_Output, FloatFormat(44100, 2, true)), kAudioUnitErr_Initialized);
     std::vector<Float32> block(2 * 8192);
     AudioBufferList list{1, {{2, UInt32(block.size() * sizeof(Float32)), block.data()}}};
     const AudioTimeStamp time{};
