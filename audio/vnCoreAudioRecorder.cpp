@@ -316,9 +316,8 @@ void vnCoreAudioRecorder::createSampleRateConverter(const AudioStreamBasicDescri
         return;
     }
     fConverter = converter;
-    fConverterOutput = new zBuffer;
-    // Filled once here so that the real-time thread only writes into it.
-    fConverterOutput->Append(std::string(kConverterOutputBytes, '\0'));
+    // Sized once here, so that the real-time thread only writes into it.
+    fConverterOutput = new zBuffer(kConverterOutputBytes);
 }
 
 OSStatus vnCoreAudioRecorder::AudioInputProc(unsigned int* ioActionFlags, const AudioTimeStamp* timeStamp,
@@ -337,9 +336,7 @@ OSStatus vnCoreAudioRecorder::AudioInputProc(unsigned int* ioActionFlags, const 
     UInt32 frames = numberFrames;
     const unsigned long long hostTimeMicros = AudioConvertHostTimeToNanos(timeStamp->mHostTime) / 1000;
     if (fConverter && fConverterOutput && fClientFormat.mBytesPerFrame) {
-        // zBuffer hands its bytes out read-only; this block is the recorder's
-        // own, sized once, so it is written in place.
-        void* converted = const_cast<uint8_t*>(fConverterOutput->Data());
+        void* converted = fConverterOutput->Data();
         size = convertBuffer(converted, static_cast<int>(fConverterOutput->Size()), data, size);
         data = converted;
         frames = static_cast<UInt32>(size) / fClientFormat.mBytesPerFrame;
