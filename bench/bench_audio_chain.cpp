@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -99,6 +100,13 @@ double Seconds(Clock::duration d) { return std::chrono::duration<double>(d).coun
 // The manual time is the onset: the packet's arrival less the frames after
 // the first sounding one; "to_packet" is the arrival itself.
 void SoundToReceiver(benchmark::State& state) {
+    // Waiting a fixed time after a packet would start the sound at the same
+    // point of the packet clock every time: a random wait over the span after
+    // which packets and device cycles line up again (lcm(1800, 512) frames,
+    // 2.4 s) samples every phase. One generator for all repetitions, each of
+    // which calls this anew; seeded, so runs repeat the same waits.
+    static std::mt19937 random(1);
+    std::uniform_real_distribution<double> phase(0, 115200 / kRate);
     for (auto _ : state) {
         SimAudioSystem* world = InstallWorld(false);
         SystemAudioDriver* driver = SystemAudioDriver::Default();
@@ -106,7 +114,7 @@ void SoundToReceiver(benchmark::State& state) {
         driver->registerAudioReceiver(&receiver);
         // The engine's start-up is not part of it: packets flow for a while first.
         const bool settled = WaitFor([&] { return receiver.packets >= 8; }, 10s);
-        std::this_thread::sleep_for(1s);
+        std::this_thread::sleep_for(1s + std::chrono::duration<double>(phase(random)));
         if (!settled || receiver.heard) {
             driver->unregisterAudioReceiver(&receiver);
             UninstallWorld();
@@ -137,7 +145,7 @@ BENCHMARK(SoundToReceiver)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1)
-    ->Repetitions(10)
+    ->Repetitions(20)
     ->ComputeStatistics("min", Min)
     ->ComputeStatistics("max", Max)
     ->ReportAggregatesOnly();
