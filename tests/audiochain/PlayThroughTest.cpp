@@ -4,11 +4,14 @@
 // do not allocate; and it holds its latency through an hour of clock drift.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "AllocationCounter.h"
 #include "CAPlayThrough.h"
@@ -69,21 +72,26 @@ protected:
         return played;
     }
 
+    // The cycles `uid` has had time for: every one its clock has passed.
+    virtual uint64_t Due(const char* uid) {
+        const AudioObjectID device = fSystem->DeviceID(uid);
+        AudioTimeStamp now{};
+        UInt32 frames = 0;
+        EXPECT_EQ(AudioDeviceGetCurrentTime(device, &now), 0) << uid;
+        EXPECT_EQ(Read(device, Address(kAudioDevicePropertyBufferFrameSize), frames), 0) << uid;
+        // Half a frame short of the clock: its microseconds are rounded.
+        return frames ? static_cast<uint64_t>(std::floor((now.mSampleTime - 0.5) / frames)) : 0;
+    }
+
     // Moves the clock `steps` times by `micros`, waiting each time until
-    // each device has run every cycle its clock has reached. Unlike Play it
-    // suits any rate and buffer size; the devices must be running.
+    // each device has run the cycles it is due. Unlike Play it suits any
+    // rate and buffer size; the devices must be running.
     template <class Each>
     void Step(std::initializer_list<const char*> uids, int64_t micros, long steps, Each each) {
         for (long i = 0; i < steps; ++i) {
             fClock.Advance(micros);
             for (const char* uid : uids) {
-                const AudioObjectID device = fSystem->DeviceID(uid);
-                AudioTimeStamp now{};
-                UInt32 frames = 0;
-                ASSERT_EQ(AudioDeviceGetCurrentTime(device, &now), 0) << uid;
-                ASSERT_EQ(Read(device, Address(kAudioDevicePropertyBufferFrameSize), frames), 0) << uid;
-                // Half a frame short of the clock: its microseconds are rounded.
-                const auto due = static_cast<uint64_t>(std::floor((now.mSampleTime - 0.5) / frames));
+                const uint64_t due = Due(uid);
                 ASSERT_TRUE(WaitFor([&] { return fSystem->IOCycles(uid) >= due; }, 10s)) << uid << " " << i;
             }
             each();
@@ -256,6 +264,195 @@ TEST_F(PlayThrough, AnInputStreamsNewFormatRebuildsThePlayThroughWhichPlaysOn) {
     EXPECT_NEAR(Peak(tone), DbfsToLevel(kToneLevel), 0.005);
     EXPECT_NEAR(Frequency(tone, 48000), 440, 1);
     EXPECT_EQ(host.Resets(), 1u);
+}
+
+// Two procs of the test's own around the engine's on one device: the first
+// starts counting the I/O thread's allocations, the second stops, so that
+// the count covers the engine's cycle alone, from the tenth cycle on.
+struct AllocationsAround {
+    std::optional<AllocationCounter> counter; // I/O thread only
+    int cycles = 0;                           // I/O thread only
+    std::atomic<int> allocations{0};
+    std::atomic<int> counted{0};
+
+    static OSStatus Before(AudioObjectID, const AudioTimeStamp*, const AudioBufferList*, const AudioTimeStamp*,
+                           AudioBufferList*, const AudioTimeStamp*, void* self) {
+        auto& around = *static_cast<AllocationsAround*>(self);
+        if (++around.cycles >= 10) around.counter.emplace();
+        return noErr;
+    }
+    static OSStatus After(AudioObjectID, const AudioTimeStamp*, const AudioBufferList*, const AudioTimeStamp*,
+                          AudioBufferList*, const AudioTimeStamp*, void* self) {
+        auto& around = *static_cast<AllocationsAround*>(self);
+        if (!around.counter) return noErr;
+        around.allocations += around.counter->count();
+        around.counter.reset();
+        ++around.counted;
+        return noErr;
+    }
+};
+
+TEST_F(PlayThrough, NothingAllocatesInTheInputOrOutputCycleOnceRunning) {
+    PlugMonitor();
+    RouteOutputIntoTheDriver();
+    AllocationsAround input, output;
+    const std::pair<AudioObjectID, AllocationsAround*> devices[] = {{RecordedFrom(), &input},
+                                                                     {fSystem->DeviceID(kMonitorUID), &output}};
+    CAPlayThroughHost host(RecordedFrom(), fSystem->DeviceID(kMonitorUID));
+    // A device calls its procs in the order they started.
+    for (auto [device, around] : devices) ASSERT_EQ(fSystem->StartDeviceIO(device, &AllocationsAround::Before, around), 0);
+    ASSERT_EQ(host.Start(), noErr);
+    for (auto [device, around] : devices) ASSERT_EQ(fSystem->StartDeviceIO(device, &AllocationsAround::After, around), 0);
+
+    Play({kCaptureDriverPlayedIntoUID, kCaptureDriverRecordedFromUID, kMonitorUID}, 70);
+    for (auto [device, around] : devices) {
+        fSystem->StopDeviceIO(device, &AllocationsAround::Before, around);
+        fSystem->StopDeviceIO(device, &AllocationsAround::After, around);
+        EXPECT_GE(around->counted, 60);
+        EXPECT_EQ(around->allocations, 0) << device;
+    }
+    const auto played = ChannelOf(Monitored(), 2, 0);
+    EXPECT_NEAR(Peak(std::vector<Float32>(played.end() - 9600, played.end())), DbfsToLevel(kToneLevel), 0.005)
+        << "the engine ran all along";
+}
+
+// How far behind the newest input each output read lags, sampled after
+// every clock step, and the soft resets.
+struct Latency {
+    long samples = 0;
+    double sum = 0, squares = 0;
+    int64_t least = INT64_MAX, most = INT64_MIN;
+    double firstTenth = 0, lastTenth = 0;
+
+    double Mean() const { return sum / double(samples); }
+    double Spread() const { return std::sqrt(squares / double(samples) - Mean() * Mean()); }
+};
+
+// Two devices 0.5 % apart: the output's clock runs fast. At 8 kHz, as the
+// drift and the engine's arithmetic are counted in frames and a low rate
+// keeps an hour's resampling within the test's time.
+class PlayThroughDrift : public PlayThrough {
+protected:
+    static constexpr const char* kIn = "com.qcp.test.drift.in";
+    static constexpr const char* kOut = "com.qcp.test.drift.out";
+    static constexpr Float64 kRate = 8000;
+    static constexpr UInt32 kFrames = 512;
+    // Twenty input buffers, rounded up to a power of two.
+    static constexpr int64_t kRingFrames = 16384;
+    // The clock moves half a second (about eight cycles) a step, so that an
+    // hour takes seconds; a long input safety offset puts the read half a
+    // ring behind the input, where such steps alone never carry it out.
+    static constexpr int64_t kStep = kSecond / 2;
+    static constexpr UInt32 kInputSafetyOffset = 6176;
+
+    void SetUp() override {
+        PlayThrough::SetUp();
+        SimAudioDeviceSetup in;
+        in.uid = in.name = kIn;
+        in.inputStreams = {1};
+        in.nominalRate = kRate;
+        in.availableRates = {kRate};
+        in.bufferFrameSize = kFrames;
+        in.inputSafetyOffset = kInputSafetyOffset;
+        in.canBeDefault = false;
+        fSystem->AddDevice(in);
+        SimAudioDeviceSetup out = in;
+        out.uid = out.name = kOut;
+        out.inputStreams.clear();
+        out.outputStreams = {1};
+        out.inputSafetyOffset = 0;
+        out.clockRate = 1.005;
+        fSystem->AddDevice(out);
+        fPlayThrough.emplace(fSystem->DeviceID(kIn), fSystem->DeviceID(kOut));
+        // Nothing else plays: the tone's application would fill the
+        // speakers for the whole hour. The engine is built by now, which
+        // needs a default output.
+        ASSERT_TRUE(fSystem->RemoveDevice(kSimSpeakersUID));
+    }
+    void TearDown() override {
+        fPlayThrough.reset();
+        PlayThrough::TearDown();
+    }
+
+    // Starts the play-through and runs it for two seconds, a cycle a step;
+    // the soft resets of its start.
+    uint32_t Started() {
+        EXPECT_EQ(fPlayThrough->Start(), noErr);
+        fStart = ManualClock::Now();
+        Step({kIn, kOut}, kFrames * kSecond / int64_t(kRate), int64_t(2 * kRate / kFrames));
+        return fPlayThrough->SoftResets();
+    }
+
+    Latency Run(int64_t seconds) {
+        Latency latency;
+        const long steps = static_cast<long>(seconds * kSecond / kStep);
+        const long tenth = steps / 10;
+        long i = 0;
+        Step({kIn, kOut}, kStep, steps, [&] {
+            const int64_t lag = fPlayThrough->LastReadLag();
+            latency.least = std::min(latency.least, lag);
+            latency.most = std::max(latency.most, lag);
+            ++latency.samples;
+            latency.sum += double(lag);
+            latency.squares += double(lag) * double(lag);
+            if (i < tenth) latency.firstTenth += double(lag) / double(tenth);
+            if (i >= steps - tenth) latency.lastTenth += double(lag) / double(tenth);
+            ++i;
+        });
+        std::printf("%lld s of drift: lag mean %.0f frames, spread %.0f, range %lld..%lld, first tenth %.0f, last "
+                    "%.0f; thru offset %.0f; %u soft resets\n",
+                    static_cast<long long>(seconds), latency.Mean(), latency.Spread(),
+                    static_cast<long long>(latency.least), static_cast<long long>(latency.most), latency.firstTenth,
+                    latency.lastTenth, fPlayThrough->ThruOffset(), fPlayThrough->SoftResets());
+        return latency;
+    }
+
+    // Both devices started together, and the clock moves only here; a
+    // microsecond short of it, as the sim rounds their cycles' times.
+    uint64_t Due(const char* uid) override {
+        const double clock = std::string_view(uid) == kOut ? 1.005 : 1;
+        return static_cast<uint64_t>(double(ManualClock::Now() - fStart - 1) * kRate * clock / (kFrames * 1e6));
+    }
+
+    std::optional<CAPlayThrough> fPlayThrough;
+    int64_t fStart = 0;
+};
+
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+#define QCP_PLAYTHROUGH_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer) || __has_feature(address_sanitizer)
+#define QCP_PLAYTHROUGH_SANITIZED 1
+#endif
+#endif
+#ifdef QCP_PLAYTHROUGH_SANITIZED
+constexpr int64_t kDriftSeconds = 600;
+#else
+constexpr int64_t kDriftSeconds = 3600;
+#endif
+
+// The varispeed rate taken from the clocks keeps the read where it started:
+// no soft reset once running, and a latency without trend. Uncompensated,
+// the read would move 40 frames a second, 144,000 in the hour.
+TEST_F(PlayThroughDrift, AnHourOfDriftKeepsTheReadInsideTheBufferedInputAtAConstantLatency) {
+    const uint32_t atStart = Started();
+    const Latency latency = Run(kDriftSeconds);
+    EXPECT_EQ(fPlayThrough->SoftResets(), atStart) << "soft resets once running";
+    EXPECT_GE(latency.least, int64_t{kFrames});
+    EXPECT_LE(latency.most, kRingFrames);
+    EXPECT_NEAR(latency.lastTenth, latency.firstTenth, 2 * kFrames);
+    EXPECT_NEAR(latency.Mean(), fPlayThrough->ThruOffset() + kFrames, 2 * kFrames);
+}
+
+// With the output's clock unreadable the play-through runs at rate 1: the
+// read drifts out of the buffered input and soft-resets, every three
+// minutes or so.
+TEST_F(PlayThroughDrift, AtRateOneTheReadDriftsOutAndSoftResets) {
+    fSystem->InjectFault(fSystem->DeviceID(kOut), kAudioObjectPropertySelectorWildcard, kFault,
+                         SimAudioCall::CurrentTime);
+    const uint32_t atStart = Started();
+    Run(600);
+    EXPECT_GE(fPlayThrough->SoftResets(), atStart + 2);
 }
 
 } // namespace
