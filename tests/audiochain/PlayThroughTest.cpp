@@ -68,7 +68,7 @@ protected:
     // Everything the monitor has played since it first ran, interleaved.
     std::vector<Float32> Monitored() {
         const auto played = fSystem->Recording(kMonitorUID, 2 * 96000);
-        EXPECT_EQ(played.size(), 2 * 512 * fSystem->IOCycles(kMonitorUID)) << "the recording reaches back to the start";
+        EXPECT_EQ(played.size(), 2 * 512 * fSystem->IOCycles(kMonitorUID)) << "the recording reaches the start";
         return played;
     }
 
@@ -129,8 +129,10 @@ TEST_F(PlayThrough, TheDriversToneIsPlayedOnLateByTheThruOffset) {
     ASSERT_GT(out, in);
     const double thru = 512 + 512 + kMonitorSafetyOffset;
     std::printf("tone in at frame %ld, out at %ld: %ld frames late, thru offset %.0f\n", in, out, out - in, thru);
+    // Later by up to two buffers: the devices' time stamps lead and lag
+    // their cycles, and the varispeed reads ahead of what it plays.
     EXPECT_GE(out - in, thru - 64);
-    EXPECT_LE(out - in, thru + 1024 + 64);
+    EXPECT_LE(out - in, thru + 2 * 512 + 64);
 
     const std::vector<Float32> tone(left.begin() + out + 2048, left.end());
     EXPECT_NEAR(Peak(tone), DbfsToLevel(kToneLevel), 0.005);
@@ -156,11 +158,11 @@ Printed Capturing(Action action) {
 constexpr OSStatus kFault = kAudioHardwareUnspecifiedError;
 constexpr const char* kCannotInit = "CAPlayThrough ERROR: Cannot Init CAPlayThrough";
 
-// A setup step that fails prints its line and those of the steps around it,
-// and stops the setup there; the half-built object fails to start and goes
+// A setup step that fails prints its line and those of the steps that called
+// it, and stops the setup there; the half-built object fails to start and goes
 // quietly. IsRunning's low-byte answer to a failed query is out of reach
 // here: the units answer their running state without the device layer.
-TEST_F(PlayThrough, AFailedSetupStepPrintsItsLineAndEveryLineAroundIt) {
+TEST_F(PlayThrough, AFailedSetupStepPrintsItsLineAndThoseOfItsCallers) {
     const AudioObjectID monitor = PlugMonitor();
     struct Case {
         AudioObjectID object;
@@ -300,9 +302,11 @@ TEST_F(PlayThrough, NothingAllocatesInTheInputOrOutputCycleOnceRunning) {
                                                                      {fSystem->DeviceID(kMonitorUID), &output}};
     CAPlayThroughHost host(RecordedFrom(), fSystem->DeviceID(kMonitorUID));
     // A device calls its procs in the order they started.
-    for (auto [device, around] : devices) ASSERT_EQ(fSystem->StartDeviceIO(device, &AllocationsAround::Before, around), 0);
+    for (auto [device, around] : devices)
+        ASSERT_EQ(fSystem->StartDeviceIO(device, &AllocationsAround::Before, around), 0);
     ASSERT_EQ(host.Start(), noErr);
-    for (auto [device, around] : devices) ASSERT_EQ(fSystem->StartDeviceIO(device, &AllocationsAround::After, around), 0);
+    for (auto [device, around] : devices)
+        ASSERT_EQ(fSystem->StartDeviceIO(device, &AllocationsAround::After, around), 0);
 
     Play({kCaptureDriverPlayedIntoUID, kCaptureDriverRecordedFromUID, kMonitorUID}, 70);
     for (auto [device, around] : devices) {
@@ -317,12 +321,11 @@ TEST_F(PlayThrough, NothingAllocatesInTheInputOrOutputCycleOnceRunning) {
 }
 
 // How far behind the newest input each output read lags, sampled after
-// every clock step, and the soft resets.
+// every clock step.
 struct Latency {
     long samples = 0;
     double sum = 0, squares = 0;
     int64_t least = INT64_MAX, most = INT64_MIN;
-    double firstTenth = 0, lastTenth = 0;
 
     double Mean() const { return sum / double(samples); }
     double Spread() const { return std::sqrt(squares / double(samples) - Mean() * Mean()); }
@@ -375,7 +378,9 @@ protected:
     }
 
     // Starts the play-through and runs it for two seconds, a cycle a step;
-    // the soft resets of its start.
+    // the soft resets of its start. Until the input has recorded a thru
+    // offset's worth, the read wants frames from before its time 0, which
+    // the ring never held: every output cycle of that first second resets.
     uint32_t Started() {
         EXPECT_EQ(fPlayThrough->Start(), noErr);
         fStart = ManualClock::Now();
@@ -386,8 +391,6 @@ protected:
     Latency Run(int64_t seconds) {
         Latency latency;
         const long steps = static_cast<long>(seconds * kSecond / kStep);
-        const long tenth = steps / 10;
-        long i = 0;
         Step({kIn, kOut}, kStep, steps, [&] {
             const int64_t lag = fPlayThrough->LastReadLag();
             latency.least = std::min(latency.least, lag);
@@ -395,15 +398,12 @@ protected:
             ++latency.samples;
             latency.sum += double(lag);
             latency.squares += double(lag) * double(lag);
-            if (i < tenth) latency.firstTenth += double(lag) / double(tenth);
-            if (i >= steps - tenth) latency.lastTenth += double(lag) / double(tenth);
-            ++i;
         });
-        std::printf("%lld s of drift: lag mean %.0f frames, spread %.0f, range %lld..%lld, first tenth %.0f, last "
-                    "%.0f; thru offset %.0f; %u soft resets\n",
+        std::printf("%lld s of drift: lag mean %.0f frames, spread %.0f, range %lld..%lld; thru offset %.0f; %u soft "
+                    "resets\n",
                     static_cast<long long>(seconds), latency.Mean(), latency.Spread(),
-                    static_cast<long long>(latency.least), static_cast<long long>(latency.most), latency.firstTenth,
-                    latency.lastTenth, fPlayThrough->ThruOffset(), fPlayThrough->SoftResets());
+                    static_cast<long long>(latency.least), static_cast<long long>(latency.most),
+                    fPlayThrough->ThruOffset(), fPlayThrough->SoftResets());
         return latency;
     }
 
@@ -432,16 +432,17 @@ constexpr int64_t kDriftSeconds = 3600;
 #endif
 
 // The varispeed rate taken from the clocks keeps the read where it started:
-// no soft reset once running, and a latency without trend. Uncompensated,
-// the read would move 40 frames a second, 144,000 in the hour.
+// no soft reset once running, and the lag within the buffered input. After
+// a step the lag moves only with the order the two devices ran its cycles
+// in (less a step's frames when the output ran first); any drift widens
+// that range, and uncompensated it would move 40 frames a second.
 TEST_F(PlayThroughDrift, AnHourOfDriftKeepsTheReadInsideTheBufferedInputAtAConstantLatency) {
     const uint32_t atStart = Started();
     const Latency latency = Run(kDriftSeconds);
     EXPECT_EQ(fPlayThrough->SoftResets(), atStart) << "soft resets once running";
     EXPECT_GE(latency.least, int64_t{kFrames});
     EXPECT_LE(latency.most, kRingFrames);
-    EXPECT_NEAR(latency.lastTenth, latency.firstTenth, 2 * kFrames);
-    EXPECT_NEAR(latency.Mean(), fPlayThrough->ThruOffset() + kFrames, 2 * kFrames);
+    EXPECT_LE(latency.most - latency.least, int64_t(kRate) * kStep / kSecond + 4 * kFrames);
 }
 
 // With the output's clock unreadable the play-through runs at rate 1: the
