@@ -158,7 +158,10 @@ OSStatus HALOutputUnit::Stop() {
     // Outside the lock: the layer waits for a cycle in progress, which may
     // be reading this unit's settings.
     AudioDeviceLayer* layer = Current();
-    return layer ? layer->StopDeviceIO(device, &IOProc, this) : noErr;
+    const OSStatus status = layer ? layer->StopDeviceIO(device, &IOProc, this) : noErr;
+    // Still called by the device, so still running.
+    if (status != noErr) fRunning = true;
+    return status;
 }
 
 AudioStreamBasicDescription* HALOutputUnit::ClientFormat(AudioUnitScope scope, AudioUnitElement element) {
