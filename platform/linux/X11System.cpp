@@ -35,8 +35,11 @@ std::string X11System::resourceFolder() const {
     if (dladdr(reinterpret_cast<const void*>(&Report), &info) && info.dli_fname && *info.dli_fname)
         file = info.dli_fname;
     std::error_code error;
-    const std::filesystem::path resolved = std::filesystem::canonical(file, error);
-    return error ? std::string() : resolved.parent_path().string();
+    const std::filesystem::path folder = std::filesystem::canonical(file, error).parent_path();
+    if (error) return {};
+    // The plug-in's folder holds the library and its Resources.
+    const std::filesystem::path resources = folder / "Resources";
+    return std::filesystem::is_directory(resources, error) ? resources.string() : folder.string();
 }
 
 void X11System::showAlertSheet(const Alert& alert) { Report("alert", alert); }
