@@ -1,6 +1,7 @@
 #pragma once
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "AudioDeviceLayer.h"
 #include "SimAudioSystem.h"
@@ -11,6 +12,8 @@ namespace coreaudio_test {
 
 class SimHarness {
 public:
+    // Why the suites cannot run over the layer here; empty when they can.
+    std::string Unavailable() const { return {}; }
     std::unique_ptr<qcp::coreaudio::AudioDeviceLayer> Create() {
         auto system = std::make_unique<qcp::coreaudio::sim::SimAudioSystem>();
         fSystem = system.get();
@@ -33,6 +36,8 @@ public:
         return fSystem->AddDevice(setup) ? setup.uid : "";
     }
     bool Unplug(const std::string& uid) { return fSystem->RemoveDevice(uid); }
+    // The rates a plugged-in device can be set to.
+    std::vector<Float64> Rates(AudioObjectID) const { return qcp::coreaudio::sim::SimAudioDeviceSetup{}.availableRates; }
     // Starting device I/O on `device` fails with `status`.
     void InjectStartFault(AudioObjectID device, OSStatus status) {
         fSystem->InjectFault(device, kAudioObjectPropertySelectorWildcard, status,

@@ -1,0 +1,220 @@
+#include "PulseAudioSystem.h"
+
+#include <pulse/volume.h>
+
+#include "CaptureDriver.h"
+
+namespace qcp::coreaudio::pulse {
+namespace {
+
+constexpr const char* kDriverVersionProperty = "qcp.driver.version";
+
+Float32 LinearVolume(const pa_cvolume& volume) {
+    if (volume.channels == 0) return 0;
+    double sum = 0;
+    for (uint8_t i = 0; i < volume.channels; ++i) sum += pa_sw_volume_to_linear(volume.values[i]);
+    return static_cast<Float32>(std::min(sum / volume.channels, 1.0));
+}
+
+template <class Info>
+PulseDeviceInfo InfoOf(const Info& server, bool input) {
+    PulseDeviceInfo info;
+    info.input = input;
+    info.index = server.index;
+    info.name = server.name ? server.name : "";
+    info.description = server.description ? server.description : info.name;
+    info.channels = server.channel_map.channels;
+    info.rate = server.sample_spec.rate;
+    info.volume = LinearVolume(server.volume);
+    info.mute = server.mute != 0;
+    info.latencyMicros = server.configured_latency;
+    const char* version = server.proplist ? pa_proplist_gets(server.proplist, kDriverVersionProperty) : nullptr;
+    info.driverVersion = version ? version : "";
+    return info;
+}
+
+} // namespace
+
+PulseAudioSystem::PulseAudioSystem(const std::string& server) {
+    const auto events = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
+                                                            PA_SUBSCRIPTION_MASK_SERVER);
+    if (!fConnection.Connect(server, this, events)) return;
+    const OSStatus status = fConnection.Run([this](pa_context* context) {
+        PulseConnection::Forget(pa_context_get_sink_info_list(context, &OnSinkInfo, this));
+        PulseConnection::Forget(pa_context_get_source_info_list(context, &OnSourceInfo, this));
+        return pa_context_get_server_info(context, &OnServerInfo, this);
+    });
+    fLoaded = status == kAudioHardwareNoError;
+}
+
+void PulseAudioSystem::OnEvent(pa_context* context, pa_subscription_event_type_t type, uint32_t index) {
+    const auto facility = type & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
+    const bool removed = (type & PA_SUBSCRIPTION_EVENT_TYPE_MASK) == PA_SUBSCRIPTION_EVENT_REMOVE;
+    if (facility == PA_SUBSCRIPTION_EVENT_SINK || facility == PA_SUBSCRIPTION_EVENT_SOURCE) {
+        const bool input = facility == PA_SUBSCRIPTION_EVENT_SOURCE;
+        if (removed) {
+            Heard heard{true, {}};
+            heard.info.input = input;
+            heard.info.index = index;
+            fHeard.push_back(std::move(heard));
+        } else {
+            Ask(context, input, index);
+            return;
+        }
+    }
+    PulseConnection::Forget(pa_context_get_server_info(context, &OnServerInfo, this));
+}
+
+void PulseAudioSystem::Ask(pa_context* context, bool input, uint32_t index) {
+    PulseConnection::Forget(input ? pa_context_get_source_info_by_index(context, index, &OnSourceInfo, this)
+                                  : pa_context_get_sink_info_by_index(context, index, &OnSinkInfo, this));
+    PulseConnection::Forget(pa_context_get_server_info(context, &OnServerInfo, this));
+}
+
+void PulseAudioSystem::OnLost() {
+    fLost = true;
+    Changes changes;
+    {
+        std::lock_guard lock(fMutex);
+        fDevices.Clear(changes);
+        fDevices.SetDefaults({}, {}, changes);
+    }
+    fListeners.Notify(changes);
+}
+
+void PulseAudioSystem::OnSinkInfo(pa_context*, const pa_sink_info* info, int eol, void* self) {
+    // A device gone before its answer came has eol < 0: its removal follows.
+    if (eol != 0 || !info) return;
+    static_cast<PulseAudioSystem*>(self)->fHeard.push_back({false, InfoOf(*info, false)});
+}
+
+void PulseAudioSystem::OnSourceInfo(pa_context*, const pa_source_info* info, int eol, void* self) {
+    if (eol != 0 || !info || info->monitor_of_sink != PA_INVALID_INDEX) return;
+    static_cast<PulseAudioSystem*>(self)->fHeard.push_back({false, InfoOf(*info, true)});
+}
+
+void PulseAudioSystem::OnServerInfo(pa_context*, const pa_server_info* info, void* self) {
+    auto* system = static_cast<PulseAudioSystem*>(self);
+    Changes changes;
+    {
+        std::lock_guard lock(system->fMutex);
+        for (const Heard& heard : system->fHeard) {
+            if (heard.removed)
+                system->fDevices.Remove(heard.info.input, heard.info.index, changes);
+            else
+                system->fDevices.Update(heard.info, changes);
+        }
+        if (info)
+            system->fDevices.SetDefaults(info->default_sink_name ? info->default_sink_name : "",
+                                         info->default_source_name ? info->default_source_name : "", changes);
+    }
+    system->fHeard.clear();
+    system->fListeners.Notify(changes);
+}
+
+bool PulseAudioSystem::HasProperty(AudioObjectID object, const AudioObjectPropertyAddress& address) {
+    std::lock_guard lock(fMutex);
+    return IsRunning() && pulse::HasProperty(fDevices, object, address);
+}
+
+OSStatus PulseAudioSystem::IsPropertySettable(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                              bool& settable) {
+    std::lock_guard lock(fMutex);
+    if (!IsRunning()) return kAudioHardwareNotRunningError;
+    return pulse::IsPropertySettable(fDevices, object, address, settable);
+}
+
+OSStatus PulseAudioSystem::GetPropertyDataSize(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                               UInt32 qualifierSize, const void* qualifier, UInt32& size) {
+    std::lock_guard lock(fMutex);
+    if (!IsRunning()) return kAudioHardwareNotRunningError;
+    return pulse::GetPropertyDataSize(fDevices, object, address, qualifierSize, qualifier, size);
+}
+
+OSStatus PulseAudioSystem::GetPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                           UInt32 qualifierSize, const void* qualifier, UInt32& size, void* data) {
+    std::lock_guard lock(fMutex);
+    if (!IsRunning()) return kAudioHardwareNotRunningError;
+    return pulse::GetPropertyData(fDevices, object, address, qualifierSize, qualifier, size, data);
+}
+
+OSStatus PulseAudioSystem::SetPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address, UInt32,
+                                           const void*, UInt32 size, const void* data) {
+    Changes changes;
+    PulseRequest request;
+    OSStatus status;
+    {
+        std::lock_guard lock(fMutex);
+        if (!IsRunning()) return kAudioHardwareNotRunningError;
+        status = pulse::SetPropertyData(fDevices, object, address, size, data, changes, request);
+    }
+    fListeners.Notify(changes);
+    if (status != kAudioHardwareNoError || request.kind == PulseRequest::Kind::None) return status;
+    return Carry(request);
+}
+
+OSStatus PulseAudioSystem::Carry(const PulseRequest& request) {
+    int succeeded = 0;
+    OSStatus status = fConnection.Run([&](pa_context* context) -> pa_operation* {
+        void* result = &succeeded;
+        switch (request.kind) {
+        case PulseRequest::Kind::DefaultSink:
+            return pa_context_set_default_sink(context, request.name.c_str(), &PulseConnection::Succeeded, result);
+        case PulseRequest::Kind::DefaultSource:
+            return pa_context_set_default_source(context, request.name.c_str(), &PulseConnection::Succeeded, result);
+        case PulseRequest::Kind::Volume: {
+            pa_cvolume volume;
+            pa_cvolume_set(&volume, request.channels, pa_sw_volume_from_linear(request.volume));
+            return pa_context_set_sink_volume_by_index(context, request.index, &volume, &PulseConnection::Succeeded,
+                                                       result);
+        }
+        case PulseRequest::Kind::Mute:
+            return pa_context_set_sink_mute_by_index(context, request.index, request.mute,
+                                                     &PulseConnection::Succeeded, result);
+        case PulseRequest::Kind::None: break;
+        }
+        return nullptr;
+    });
+    if (status == kAudioHardwareNoError && !succeeded) status = fConnection.LastError();
+    if (status != kAudioHardwareNoError) return status;
+    // Heard before answering, so that a read that follows sees the result.
+    return fConnection.Run([&](pa_context* context) {
+        PulseConnection::Forget(request.input
+                                    ? pa_context_get_source_info_by_index(context, request.index, &OnSourceInfo, this)
+                                    : pa_context_get_sink_info_by_index(context, request.index, &OnSinkInfo, this));
+        return pa_context_get_server_info(context, &OnServerInfo, this);
+    });
+}
+
+OSStatus PulseAudioSystem::AddPropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                               AudioObjectPropertyListenerProc proc, void* clientData) {
+    {
+        std::lock_guard lock(fMutex);
+        if (!IsRunning()) return kAudioHardwareNotRunningError;
+        if (object != kAudioObjectSystemObject && !fDevices.Find(object) && !fDevices.FindStream(object))
+            return kAudioHardwareBadObjectError;
+    }
+    fListeners.Add(object, address, proc, clientData);
+    return kAudioHardwareNoError;
+}
+
+OSStatus PulseAudioSystem::RemovePropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                                  AudioObjectPropertyListenerProc proc, void* clientData) {
+    // Also for a device that has gone, or a server: owners remove late.
+    fListeners.Remove(object, address, proc, clientData);
+    return kAudioHardwareNoError;
+}
+
+OSStatus PulseAudioSystem::StartDeviceIO(AudioObjectID, AudioDeviceIOProc, void*) {
+    return IsRunning() ? kAudioHardwareUnsupportedOperationError : kAudioHardwareNotRunningError;
+}
+
+OSStatus PulseAudioSystem::StopDeviceIO(AudioObjectID, AudioDeviceIOProc, void*) {
+    return IsRunning() ? kAudioHardwareUnsupportedOperationError : kAudioHardwareNotRunningError;
+}
+
+OSStatus PulseAudioSystem::GetCurrentTime(AudioObjectID, AudioTimeStamp&) {
+    return IsRunning() ? kAudioHardwareUnsupportedOperationError : kAudioHardwareNotRunningError;
+}
+
+} // namespace qcp::coreaudio::pulse

@@ -1,0 +1,114 @@
+#pragma once
+#include <pulse/introspect.h>
+
+#include <atomic>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "AudioDeviceLayer.h"
+#include "PulseConnection.h"
+#include "PulseDevices.h"
+#include "PulseProperties.h"
+#include "SimAudioListeners.h"
+
+namespace qcp::coreaudio::pulse {
+
+// The "pulse" device layer: the sound server's sinks and sources as CoreAudio
+// devices, for a client of the server. Made by whoever installs it (any
+// thread); every member may then be called from any thread, as
+// AudioDeviceLayer says.
+//
+// Devices: every sink is an output device with one output stream, every
+// source that is not a sink's monitor an input device with one input stream
+// (a monitor is part of its sink, not a device). A device's id lasts while
+// the server object does; one that comes back gets a new id. Its UID is the
+// server's name for it, its name the description, its streams' channels
+// those of its channel map, its nominal rate that of its sample spec; the
+// rate can be "set" only to what it is, since the server picks rates. The
+// buffer frame size starts from the configured latency (512 frames when the
+// server has none) and is kept by the layer, within 32..4096 frames. A
+// sink's volume (the channels' average, linear) and mute, in output scope,
+// are the server's and settable. The default output and system output
+// devices are both the default sink, the default input device the default
+// source (none while it is a monitor); setting either sets the server's.
+//
+// The capture driver's devices, a sink and a source named with its UIDs,
+// answer its version from the proplist entry "qcp.driver.version" the
+// installer sets. The server has no visible or can-be-default flags: the
+// layer keeps them per device, both false when a device appears, as the
+// driver starts them; while can-be-default is false the device refuses to
+// become a default (the server may still choose it by itself; the default
+// properties then name it).
+//
+// Listeners hear the device list, the defaults, a device's name, rate (with
+// its stream's formats), volume and mute, and a device's IsAlive when it
+// goes, on the layer's own notification thread: never the client library's
+// loop thread, never under the layer's locks. A write answers once the
+// server has carried it out and the layer has heard the result, so a read
+// that follows sees it.
+//
+// Statuses: the server's errors map as StatusOf (PulseConnection.h) says.
+// When no server answers at construction, or once it has gone, every call
+// answers kAudioHardwareNotRunningError (HasProperty false); the layer does
+// not reconnect. Device I/O (StartDeviceIO, StopDeviceIO, GetCurrentTime)
+// is not carried yet and answers kAudioHardwareUnsupportedOperationError;
+// nor are aggregate devices made.
+class PulseAudioSystem final : public AudioDeviceLayer, private PulseConnection::Handler {
+public:
+    // Connects to `server` (empty: the client library's lookup, PULSE_SERVER
+    // first) and waits until it has heard the server's devices.
+    explicit PulseAudioSystem(const std::string& server = {});
+
+    std::string_view Name() const override { return "pulse"; }
+    bool HasProperty(AudioObjectID object, const AudioObjectPropertyAddress& address) override;
+    OSStatus IsPropertySettable(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                bool& settable) override;
+    OSStatus GetPropertyDataSize(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                 UInt32 qualifierSize, const void* qualifier, UInt32& size) override;
+    OSStatus GetPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address, UInt32 qualifierSize,
+                             const void* qualifier, UInt32& size, void* data) override;
+    OSStatus SetPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address, UInt32 qualifierSize,
+                             const void* qualifier, UInt32 size, const void* data) override;
+    OSStatus AddPropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                 AudioObjectPropertyListenerProc proc, void* clientData) override;
+    OSStatus RemovePropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,
+                                    AudioObjectPropertyListenerProc proc, void* clientData) override;
+    OSStatus StartDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) override;
+    OSStatus StopDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) override;
+    OSStatus GetCurrentTime(AudioObjectID device, AudioTimeStamp& time) override;
+
+    // Whether the server answered and is still there.
+    bool IsRunning() const { return fLoaded && !fLost; }
+
+private:
+    // What the server told, applied in order with the defaults that follow.
+    struct Heard {
+        bool removed = false;
+        PulseDeviceInfo info;
+    };
+    // The loop's thread.
+    void OnEvent(pa_context* context, pa_subscription_event_type_t type, uint32_t index) override;
+    void OnLost() override;
+    static void OnSinkInfo(pa_context* context, const pa_sink_info* info, int eol, void* self);
+    static void OnSourceInfo(pa_context* context, const pa_source_info* info, int eol, void* self);
+    // Applies what was heard before it together with the defaults, so that a
+    // device and the default it became are seen at once.
+    static void OnServerInfo(pa_context* context, const pa_server_info* info, void* self);
+    // Asks for a device's state and then the defaults.
+    void Ask(pa_context* context, bool input, uint32_t index);
+    // Has the server carry out a write, then hears its result. No lock held.
+    OSStatus Carry(const PulseRequest& request);
+
+    mutable std::mutex fMutex;
+    PulseDevices fDevices;     // under fMutex
+    std::vector<Heard> fHeard; // the loop's thread only
+    std::atomic<bool> fLoaded{false};
+    std::atomic<bool> fLost{false};
+    // Its thread is stopped before the devices it reads go away.
+    sim::SimAudioListeners fListeners;
+    // Last: its thread, which calls back into the layer, is stopped first.
+    PulseConnection fConnection;
+};
+
+} // namespace qcp::coreaudio::pulse

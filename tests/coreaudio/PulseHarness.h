@@ -1,0 +1,99 @@
+#pragma once
+#include <pulse/introspect.h>
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "CoreAudioTestSupport.h"
+#include "PulseAudioSystem.h"
+#include "PulseConnection.h"
+#include "PulseFaultLayer.h"
+#include "PulseServer.h"
+#include "WaitFor.h"
+
+// The contract suites' harness for the "pulse" layer: a private server whose
+// devices are null sinks and null sources, loaded and unloaded as modules.
+// Made on the test's thread; plugging returns once the installed layer has
+// heard of the change, bounded.
+namespace coreaudio_test {
+
+class PulseHarness {
+public:
+    // The rate the harness's devices run at: the server picks rates.
+    static constexpr Float64 kRate = 48000;
+
+    PulseHarness() {
+        if (!fServer.Unavailable().empty()) return;
+        if (!fControl.Connect(fServer.Address())) fUnavailable = "the private server does not answer";
+    }
+
+    // Why the tests cannot run; empty when they can.
+    std::string Unavailable() const {
+        return fServer.Unavailable().empty() ? fUnavailable : fServer.Unavailable();
+    }
+    std::unique_ptr<qcp::coreaudio::AudioDeviceLayer> Create() {
+        auto layer = std::make_unique<PulseFaultLayer>(
+            std::make_unique<qcp::coreaudio::pulse::PulseAudioSystem>(fServer.Address()));
+        fLayer = layer.get();
+        return layer;
+    }
+    // A stereo output device; its UID, or empty when it did not appear.
+    std::string PlugOutput(const std::string& name) {
+        return Plug("module-null-sink", "sink", "sink_properties='device.description=\"" + name + "\"'", name);
+    }
+    // A null source takes its description as an argument of its own.
+    std::string PlugInput(const std::string& name) {
+        return Plug("module-null-source", "source", "description='" + name + "'", name);
+    }
+    bool Unplug(const std::string& uid) {
+        auto found = fModules.find(uid);
+        if (found == fModules.end()) return false;
+        int unloaded = 0;
+        fControl.Run([&](pa_context* context) {
+            return pa_context_unload_module(context, found->second,
+                                            &qcp::coreaudio::pulse::PulseConnection::Succeeded, &unloaded);
+        });
+        fModules.erase(found);
+        return unloaded && WaitFor([&] { return DeviceForUID(uid) == kAudioObjectUnknown; }, kPatience);
+    }
+    // The rates a device can be set to.
+    std::vector<Float64> Rates(AudioObjectID) const { return {kRate}; }
+    void InjectFault(AudioObjectID object, AudioObjectPropertySelector selector, OSStatus status) {
+        fLayer->Inject(object, selector, status);
+    }
+    void ClearFaults() { fLayer->Clear(); }
+
+private:
+    static constexpr std::chrono::seconds kPatience{10};
+
+    static void OnModule(pa_context*, uint32_t index, void* result) { *static_cast<uint32_t*>(result) = index; }
+
+    std::string Plug(const char* module, const std::string& kind, const std::string& description,
+                     const std::string& name) {
+        // Server names take letters, digits, '.', '-' and '_' only.
+        std::string uid = "contract." + name;
+        for (char& c : uid)
+            if (!isalnum(static_cast<unsigned char>(c)) && c != '.' && c != '-' && c != '_') c = '_';
+        const std::string arguments =
+            kind + "_name=" + uid + " rate=" + std::to_string(int(kRate)) + " " + description;
+        uint32_t index = PA_INVALID_INDEX;
+        fControl.Run([&](pa_context* context) {
+            return pa_context_load_module(context, module, arguments.c_str(), &OnModule, &index);
+        });
+        if (index == PA_INVALID_INDEX) return {};
+        fModules[uid] = index;
+        return WaitFor([&] { return DeviceForUID(uid) != kAudioObjectUnknown; }, kPatience) ? uid : "";
+    }
+
+    PulseServer fServer;
+    std::string fUnavailable;
+    // The harness's own client, for loading modules.
+    qcp::coreaudio::pulse::PulseConnection fControl;
+    std::map<std::string, uint32_t> fModules; // by UID
+    PulseFaultLayer* fLayer = nullptr;
+};
+
+} // namespace coreaudio_test

@@ -1,0 +1,96 @@
+#pragma once
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "WaitFor.h"
+
+// A private sound server for one test: its own runtime directory, socket and
+// configuration (the native protocol only; tests load devices as modules),
+// so that nothing of the machine's own server is seen or changed. Made and
+// destroyed on the test's thread; the destructor kills the server.
+namespace coreaudio_test {
+
+class PulseServer {
+public:
+    PulseServer() {
+        char pattern[] = "/tmp/qcp-pulse-XXXXXX";
+        if (!mkdtemp(pattern)) {
+            fUnavailable = "no temporary directory for the server";
+            return;
+        }
+        fDirectory = pattern;
+        const std::string socket = fDirectory + "/native";
+        std::ofstream(fDirectory + "/default.pa")
+            << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << socket << "\n";
+        fAddress = "unix:" + socket;
+
+        // Run as root (as in containers) it needs to be told it is no system
+        // server, and that modules may be loaded.
+        std::vector<std::string> args{"pulseaudio",       "-n",
+                                      "--daemonize=no",   "--exit-idle-time=-1",
+                                      "--disallow-exit",  "--system=false",
+                                      "--disallow-module-loading=false", "--use-pid-file=false",
+                                      "--log-target=file:" + fDirectory + "/log",
+                                      "-F",               fDirectory + "/default.pa"};
+        std::vector<std::string> env{"XDG_RUNTIME_DIR=" + fDirectory, "PULSE_RUNTIME_PATH=" + fDirectory,
+                                     "PULSE_STATE_PATH=" + fDirectory, "HOME=" + fDirectory,
+                                     "XDG_CONFIG_HOME=" + fDirectory, "PULSE_SERVER=" + fAddress};
+        if (const char* path = std::getenv("PATH")) env.push_back(std::string("PATH=") + path);
+        std::vector<char*> argv, envp;
+        for (auto& arg : args) argv.push_back(arg.data());
+        for (auto& entry : env) envp.push_back(entry.data());
+        argv.push_back(nullptr);
+        envp.push_back(nullptr);
+        if (posix_spawnp(&fPid, "pulseaudio", nullptr, nullptr, argv.data(), envp.data()) != 0) {
+            fPid = 0;
+            fUnavailable = "pulseaudio is not installed";
+            return;
+        }
+        bool exited = false;
+        const bool listening = WaitFor(
+            [&] {
+                exited = waitpid(fPid, nullptr, WNOHANG) == fPid;
+                return exited || std::filesystem::exists(socket);
+            },
+            std::chrono::seconds(10));
+        if (exited) fPid = 0;
+        if (!listening || exited) fUnavailable = "pulseaudio did not start; see its log in " + fDirectory;
+    }
+
+    ~PulseServer() {
+        if (fPid > 0) {
+            kill(fPid, SIGTERM);
+            if (!WaitFor([this] { return waitpid(fPid, nullptr, WNOHANG) == fPid; }, std::chrono::seconds(10))) {
+                kill(fPid, SIGKILL);
+                waitpid(fPid, nullptr, 0);
+            }
+        }
+        // Kept for its log when the server would not start.
+        if (!fDirectory.empty() && fUnavailable.empty()) std::filesystem::remove_all(fDirectory);
+    }
+
+    PulseServer(const PulseServer&) = delete;
+    PulseServer& operator=(const PulseServer&) = delete;
+
+    // Why the server is not there; empty when it runs.
+    const std::string& Unavailable() const { return fUnavailable; }
+    // Its address for clients, as PULSE_SERVER takes it.
+    const std::string& Address() const { return fAddress; }
+
+private:
+    std::string fDirectory;
+    std::string fAddress;
+    std::string fUnavailable;
+    pid_t fPid = 0;
+};
+
+} // namespace coreaudio_test
