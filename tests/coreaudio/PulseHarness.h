@@ -41,12 +41,16 @@ public:
         return layer;
     }
     // A stereo output device; its UID, or empty when it did not appear.
-    std::string PlugOutput(const std::string& name) {
-        return Plug("module-null-sink", "sink", "sink_properties='device.description=\"" + name + "\"'", name);
-    }
+    std::string PlugOutput(const std::string& name) { return PlugSink(UIDFor(name), name); }
     // A null source takes its description as an argument of its own.
     std::string PlugInput(const std::string& name) {
-        return Plug("module-null-source", "source", "description='" + name + "'", name);
+        return Plug("module-null-source", UIDFor(name), "source", "description='" + name + "'");
+    }
+    // A sink of the server's name `uid`, with `properties` in its proplist
+    // beside its description.
+    std::string PlugSink(const std::string& uid, const std::string& name, const std::string& properties = {}) {
+        return Plug("module-null-sink", uid, "sink",
+                    "sink_properties='device.description=\"" + name + "\" " + properties + "'");
     }
     bool Unplug(const std::string& uid) {
         auto found = fModules.find(uid);
@@ -65,18 +69,23 @@ public:
         fLayer->Inject(object, selector, status);
     }
     void ClearFaults() { fLayer->Clear(); }
+    const std::string& Address() const { return fServer.Address(); }
 
 private:
     static constexpr std::chrono::seconds kPatience{10};
 
     static void OnModule(pa_context*, uint32_t index, void* result) { *static_cast<uint32_t*>(result) = index; }
 
-    std::string Plug(const char* module, const std::string& kind, const std::string& description,
-                     const std::string& name) {
-        // Server names take letters, digits, '.', '-' and '_' only.
+    // Server names take letters, digits, '.', '-' and '_' only.
+    static std::string UIDFor(const std::string& name) {
         std::string uid = "contract." + name;
         for (char& c : uid)
             if (!isalnum(static_cast<unsigned char>(c)) && c != '.' && c != '-' && c != '_') c = '_';
+        return uid;
+    }
+
+    std::string Plug(const char* module, const std::string& uid, const std::string& kind,
+                     const std::string& description) {
         const std::string arguments =
             kind + "_name=" + uid + " rate=" + std::to_string(int(kRate)) + " " + description;
         uint32_t index = PA_INVALID_INDEX;

@@ -1,0 +1,166 @@
+// What the sound server's layer does beyond the device-layer contract: the
+// capture driver's devices, monitors, volume and mute through the server,
+// and a server that is not there or goes away.
+#include <gtest/gtest.h>
+
+#include <pulse/volume.h>
+
+#include <atomic>
+#include <chrono>
+
+#include "CaptureDriver.h"
+#include "PulseHarness.h"
+
+namespace {
+
+using namespace coreaudio_test;
+using namespace std::chrono_literals;
+using qcp::coreaudio::pulse::PulseAudioSystem;
+using qcp::coreaudio::pulse::PulseConnection;
+
+OSStatus Count(AudioObjectID, UInt32, const AudioObjectPropertyAddress*, void* counter) {
+    ++*static_cast<std::atomic<int>*>(counter);
+    return kAudioHardwareNoError;
+}
+
+class PulseAudioSystemTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (const std::string why = fHarness.Unavailable(); !why.empty()) GTEST_SKIP() << why;
+        qcp::coreaudio::Install(fHarness.Create());
+    }
+    void TearDown() override { qcp::coreaudio::Install(nullptr); }
+
+    PulseHarness fHarness;
+};
+
+TEST_F(PulseAudioSystemTest, MonitorsAreNoDevicesAndSourcesAreInputs) {
+    const AudioObjectID sink = DeviceForUID(fHarness.PlugOutput("speakers"));
+    EXPECT_EQ(ReadDevices(), std::vector<AudioObjectID>{sink}) << "the sink's monitor is part of it";
+    AudioObjectID input = 1;
+    ASSERT_EQ(Read(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDefaultInputDevice), input), 0);
+    EXPECT_EQ(input, kAudioObjectUnknown) << "the server's default source is the monitor";
+
+    const AudioObjectID source = DeviceForUID(fHarness.PlugInput("microphone"));
+    EXPECT_TRUE(WaitFor(
+        [&] { return Read(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDefaultInputDevice), input) == 0 &&
+                     input == source; },
+        10s));
+    AudioObjectID system = kAudioObjectUnknown;
+    ASSERT_EQ(Read(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDefaultSystemOutputDevice), system), 0);
+    EXPECT_EQ(system, sink);
+    EXPECT_EQ(Write(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDefaultOutputDevice), source),
+              kAudioHardwareIllegalOperationError)
+        << "an input cannot be the default output";
+    EXPECT_EQ(Write(sink, Address(kAudioDevicePropertyNominalSampleRate), PulseHarness::kRate), 0);
+    AudioTimeStamp time{};
+    EXPECT_EQ(AudioDeviceGetCurrentTime(sink, &time), kAudioHardwareUnsupportedOperationError);
+}
+
+TEST_F(PulseAudioSystemTest, VolumeAndMuteGoThroughTheServerAndComeBackFromOtherClients) {
+    const std::string uid = fHarness.PlugOutput("speakers");
+    const AudioObjectID sink = DeviceForUID(uid);
+    const auto volume = Address(kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeOutput);
+    const auto mute = Address(kAudioDevicePropertyMute, kAudioObjectPropertyScopeOutput);
+    ASSERT_EQ(Write(sink, volume, Float32{0.25f}), 0);
+    Float32 level = 0;
+    ASSERT_EQ(Read(sink, volume, level), 0);
+    EXPECT_NEAR(level, 0.25f, 0.01f);
+    Float32 input = 0;
+    EXPECT_EQ(Read(sink, Address(kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeInput), input),
+              kAudioHardwareUnknownPropertyError);
+
+    std::atomic<int> heard{0};
+    ASSERT_EQ(AudioObjectAddPropertyListener(sink, &mute, &Count, &heard), 0);
+    PulseConnection other;
+    ASSERT_TRUE(other.Connect(fHarness.Address()));
+    int done = 0;
+    other.Run([&](pa_context* context) {
+        return pa_context_set_sink_mute_by_name(context, uid.c_str(), 1, &PulseConnection::Succeeded, &done);
+    });
+    ASSERT_TRUE(done);
+    ASSERT_TRUE(WaitFor([&] { return heard > 0; }, 10s));
+    UInt32 muted = 0;
+    ASSERT_EQ(Read(sink, mute, muted), 0);
+    EXPECT_EQ(muted, 1u);
+    AudioObjectRemovePropertyListener(sink, &mute, &Count, &heard);
+}
+
+TEST_F(PulseAudioSystemTest, TheCaptureDriversDevicesStartHiddenAndUnableToBeDefaults) {
+    const std::string uid = fHarness.PlugSink(kCaptureDriverPlayedIntoUID, "Capture", "qcp.driver.version=1.0.3");
+    const AudioObjectID driver = DeviceForUID(uid);
+    ASSERT_NE(driver, kAudioObjectUnknown);
+    const AudioObjectID speakers = DeviceForUID(fHarness.PlugOutput("speakers"));
+    EXPECT_EQ(ReadString(driver, Address(kCaptureDriverPropertyVersion)), "1.0.3");
+    EXPECT_EQ(ReadDevices(), std::vector<AudioObjectID>{speakers});
+    const auto defaultOutput = Address(kAudioHardwarePropertyDefaultOutputDevice);
+    EXPECT_EQ(Write(kAudioObjectSystemObject, defaultOutput, driver), kAudioHardwareIllegalOperationError);
+    EXPECT_EQ(ReadString(speakers, Address(kCaptureDriverPropertyVersion)), "<" +
+              std::to_string(kAudioHardwareUnknownPropertyError) + ">") << "only the driver's devices have it";
+
+    std::atomic<int> listChanges{0};
+    const auto devices = Address(kAudioHardwarePropertyDevices);
+    ASSERT_EQ(AudioObjectAddPropertyListener(kAudioObjectSystemObject, &devices, &Count, &listChanges), 0);
+    ASSERT_EQ(Write(driver, Address(kCaptureDriverPropertyVisible), kCFBooleanTrue), 0);
+    ASSERT_EQ(Write(driver, Address(kCaptureDriverPropertyCanBeDefault), kCFBooleanTrue), 0);
+    EXPECT_TRUE(WaitFor([&] { return listChanges > 0; }, 10s));
+    EXPECT_EQ(ReadDevices().size(), 2u);
+    ASSERT_EQ(Write(kAudioObjectSystemObject, defaultOutput, driver), 0);
+    AudioObjectID current = kAudioObjectUnknown;
+    ASSERT_EQ(Read(kAudioObjectSystemObject, defaultOutput, current), 0);
+    EXPECT_EQ(current, driver);
+    AudioObjectRemovePropertyListener(kAudioObjectSystemObject, &devices, &Count, &listChanges);
+}
+
+TEST(PulseAudioSystemWithoutServer, EveryCallSaysTheHardwareIsNotRunning) {
+    PulseAudioSystem layer("unix:/nonexistent/qcp-no-server");
+    const auto devices = Address(kAudioHardwarePropertyDevices);
+    UInt32 size = 0;
+    bool settable = false;
+    AudioTimeStamp time{};
+    EXPECT_FALSE(layer.HasProperty(kAudioObjectSystemObject, devices));
+    EXPECT_EQ(layer.GetPropertyDataSize(kAudioObjectSystemObject, devices, 0, nullptr, size),
+              kAudioHardwareNotRunningError);
+    EXPECT_EQ(layer.IsPropertySettable(kAudioObjectSystemObject, devices, settable), kAudioHardwareNotRunningError);
+    EXPECT_EQ(layer.SetPropertyData(kAudioObjectSystemObject, devices, 0, nullptr, 0, nullptr),
+              kAudioHardwareNotRunningError);
+    EXPECT_EQ(layer.AddPropertyListener(kAudioObjectSystemObject, devices, &Count, nullptr),
+              kAudioHardwareNotRunningError);
+    EXPECT_EQ(layer.StartDeviceIO(32, nullptr, nullptr), kAudioHardwareNotRunningError);
+    EXPECT_EQ(layer.GetCurrentTime(32, time), kAudioHardwareNotRunningError);
+}
+
+TEST(PulseAudioSystemServerGone, DevicesDieAndCallsSayTheHardwareIsNotRunning) {
+    auto server = std::make_unique<PulseServer>();
+    if (!server->Unavailable().empty()) GTEST_SKIP() << server->Unavailable();
+    PulseConnection control;
+    ASSERT_TRUE(control.Connect(server->Address()));
+    uint32_t module = PA_INVALID_INDEX;
+    control.Run([&](pa_context* context) {
+        return pa_context_load_module(
+            context, "module-null-sink", "sink_name=doomed",
+            [](pa_context*, uint32_t index, void* result) { *static_cast<uint32_t*>(result) = index; }, &module);
+    });
+    ASSERT_NE(module, PA_INVALID_INDEX);
+    PulseAudioSystem layer(server->Address());
+    ASSERT_TRUE(layer.IsRunning());
+    std::vector<AudioObjectID> ids(4);
+    UInt32 size = static_cast<UInt32>(ids.size() * sizeof(AudioObjectID));
+    ASSERT_EQ(layer.GetPropertyData(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDevices), 0, nullptr,
+                                    size, ids.data()),
+              0);
+    ASSERT_EQ(size, sizeof(AudioObjectID));
+    std::atomic<int> died{0};
+    const auto alive = Address(kAudioDevicePropertyDeviceIsAlive);
+    ASSERT_EQ(layer.AddPropertyListener(ids[0], alive, &Count, &died), 0);
+
+    server.reset();
+    EXPECT_TRUE(WaitFor([&] { return died > 0; }, 10s));
+    EXPECT_FALSE(layer.IsRunning());
+    UInt32 value = 0;
+    size = sizeof value;
+    EXPECT_EQ(layer.GetPropertyData(ids[0], alive, 0, nullptr, size, &value), kAudioHardwareNotRunningError);
+    layer.RemovePropertyListener(ids[0], alive, &Count, &died);
+}
+
+} // namespace
