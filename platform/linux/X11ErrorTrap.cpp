@@ -64,6 +64,11 @@ X11ErrorTrap::~X11ErrorTrap() {
     registry.previous = nullptr;
 }
 
+void X11ErrorTrap::Forget() {
+    std::lock_guard lock(TrapRegistry::Get().mutex);
+    fDisplay = nullptr;
+}
+
 int X11ErrorTrap::Sync() {
     if (!fDisplay) return fError;
     // Every request has been answered when the last one processed is the

@@ -30,7 +30,9 @@ public:
     // round trip only when some request has not been answered yet.
     int Sync();
     // The display was closed under the trap: nothing is left to wait for.
-    void Forget() { fDisplay = nullptr; }
+    // Under the registry's lock: another thread's error may be looking at
+    // this trap's display.
+    void Forget();
 
 private:
     friend struct TrapRegistry;
