@@ -10,7 +10,7 @@
 #include "PulseConnection.h"
 #include "PulseDevices.h"
 #include "PulseProperties.h"
-#include "SimAudioListeners.h"
+#include "PropertyListeners.h"
 
 namespace qcp::coreaudio::pulse {
 
@@ -106,7 +106,7 @@ private:
     std::atomic<bool> fLoaded{false};
     std::atomic<bool> fLost{false};
     // Its thread is stopped before the devices it reads go away.
-    sim::SimAudioListeners fListeners;
+    PropertyListeners fListeners;
     // Last: its thread, which calls back into the layer, is stopped first.
     PulseConnection fConnection;
 };

@@ -4,13 +4,13 @@
 #include <vector>
 
 #include "CoreAudio/AudioHardware.h"
-#include "SimAudioState.h"
+#include "PropertyListeners.h"
 
 namespace qcp::coreaudio::pulse {
 
 // Changes for the listeners: the same record the simulated layer publishes.
-using Change = sim::SimAudioChange;
-using Changes = sim::SimAudioChanges;
+using Change = PropertyChange;
+using Changes = PropertyChanges;
 
 // What the server tells of a sink or a (non-monitor) source.
 struct PulseDeviceInfo {

@@ -4,16 +4,13 @@
 #include <vector>
 
 #include "CoreAudio/AudioHardware.h"
+#include "PropertyListeners.h"
 #include "SimAudioDeviceSetup.h"
 
 namespace qcp::coreaudio::sim {
 
-// A property that changed, for the listeners.
-struct SimAudioChange {
-    AudioObjectID object;
-    AudioObjectPropertyAddress address;
-};
-using SimAudioChanges = std::vector<SimAudioChange>;
+using SimAudioChange = PropertyChange;
+using SimAudioChanges = PropertyChanges;
 
 struct SimAudioDevice {
     AudioObjectID id = kAudioObjectUnknown;

@@ -10,7 +10,7 @@
 #include "AudioDeviceLayer.h"
 #include "SimAudioApplication.h"
 #include "SimAudioDeviceIO.h"
-#include "SimAudioListeners.h"
+#include "PropertyListeners.h"
 #include "SimAudioState.h"
 
 namespace qcp::coreaudio::sim {
@@ -123,7 +123,7 @@ private:
     // After the applications and rings: its threads run their procs.
     std::map<AudioObjectID, std::shared_ptr<SimAudioDeviceIO>> fIO;
     // Last: its thread is stopped before the state it may read goes away.
-    SimAudioListeners fListeners;
+    PropertyListeners fListeners;
 };
 
 // The default world: the capture driver installed at its current version

@@ -3,18 +3,25 @@
 #include <mutex>
 #include <vector>
 
-#include "SimAudioState.h"
+#include "CoreAudio/AudioHardware.h"
 #include "zQueue.h"
 
-namespace qcp::coreaudio::sim {
+namespace qcp::coreaudio {
 
-// The property listeners and the one notification thread that calls them,
-// asynchronously, in the order the changes happened.
-class SimAudioListeners {
+// A property that changed, for the listeners.
+struct PropertyChange {
+    AudioObjectID object;
+    AudioObjectPropertyAddress address;
+};
+using PropertyChanges = std::vector<PropertyChange>;
+
+// A device layer's property listeners and the one notification thread that
+// calls them, asynchronously, in the order the changes happened.
+class PropertyListeners {
 public:
-    SimAudioListeners();
+    PropertyListeners();
     // Drops the notifications not yet delivered.
-    ~SimAudioListeners();
+    ~PropertyListeners();
 
     void Add(AudioObjectID object, const AudioObjectPropertyAddress& address, AudioObjectPropertyListenerProc proc,
              void* clientData);
@@ -22,7 +29,7 @@ public:
     void Remove(AudioObjectID object, const AudioObjectPropertyAddress& address, AudioObjectPropertyListenerProc proc,
                 void* clientData);
     // Queues calls to the listeners of each change. Any thread, any lock.
-    void Notify(const SimAudioChanges& changes);
+    void Notify(const PropertyChanges& changes);
 
 private:
     struct Listener {
@@ -31,9 +38,9 @@ private:
         AudioObjectPropertyListenerProc proc;
         void* clientData;
         bool operator==(const Listener& other) const;
-        bool Hears(const SimAudioChange& change) const;
+        bool Hears(const PropertyChange& change) const;
     };
-    void Deliver(const SimAudioChange& change);
+    void Deliver(const PropertyChange& change);
     bool IsListening(const Listener& listener);
 
     std::mutex fMutex;
@@ -43,4 +50,4 @@ private:
     zQueue fQueue;
 };
 
-} // namespace qcp::coreaudio::sim
+} // namespace qcp::coreaudio

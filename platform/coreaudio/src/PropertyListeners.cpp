@@ -1,32 +1,32 @@
-#include "SimAudioListeners.h"
+#include "PropertyListeners.h"
 
 #include <algorithm>
 
-namespace qcp::coreaudio::sim {
+namespace qcp::coreaudio {
 namespace {
 bool Matches(UInt32 wanted, UInt32 changed, UInt32 wildcard) {
     return wanted == changed || wanted == wildcard || changed == wildcard;
 }
 } // namespace
 
-bool SimAudioListeners::Listener::operator==(const Listener& other) const {
+bool PropertyListeners::Listener::operator==(const Listener& other) const {
     return object == other.object && address.mSelector == other.address.mSelector &&
            address.mScope == other.address.mScope && address.mElement == other.address.mElement &&
            proc == other.proc && clientData == other.clientData;
 }
 
-bool SimAudioListeners::Listener::Hears(const SimAudioChange& change) const {
+bool PropertyListeners::Listener::Hears(const PropertyChange& change) const {
     return object == change.object &&
            Matches(address.mSelector, change.address.mSelector, kAudioObjectPropertySelectorWildcard) &&
            Matches(address.mScope, change.address.mScope, kAudioObjectPropertyScopeWildcard) &&
            Matches(address.mElement, change.address.mElement, kAudioObjectPropertyElementWildcard);
 }
 
-SimAudioListeners::SimAudioListeners() : fQueue("com.qcp.coreaudio.notifications") {}
+PropertyListeners::PropertyListeners() : fQueue("com.qcp.coreaudio.notifications") {}
 
-SimAudioListeners::~SimAudioListeners() { fClosing = true; }
+PropertyListeners::~PropertyListeners() { fClosing = true; }
 
-void SimAudioListeners::Add(AudioObjectID object, const AudioObjectPropertyAddress& address,
+void PropertyListeners::Add(AudioObjectID object, const AudioObjectPropertyAddress& address,
                             AudioObjectPropertyListenerProc proc, void* clientData) {
     const Listener listener{object, address, proc, clientData};
     std::lock_guard lock(fMutex);
@@ -34,7 +34,7 @@ void SimAudioListeners::Add(AudioObjectID object, const AudioObjectPropertyAddre
         fListeners.push_back(listener);
 }
 
-void SimAudioListeners::Remove(AudioObjectID object, const AudioObjectPropertyAddress& address,
+void PropertyListeners::Remove(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                AudioObjectPropertyListenerProc proc, void* clientData) {
     const Listener listener{object, address, proc, clientData};
     {
@@ -46,16 +46,16 @@ void SimAudioListeners::Remove(AudioObjectID object, const AudioObjectPropertyAd
     if (!fQueue.IsCurrent()) fQueue.Sync([] {});
 }
 
-void SimAudioListeners::Notify(const SimAudioChanges& changes) {
-    for (const SimAudioChange& change : changes) fQueue.Async([this, change] { Deliver(change); });
+void PropertyListeners::Notify(const PropertyChanges& changes) {
+    for (const PropertyChange& change : changes) fQueue.Async([this, change] { Deliver(change); });
 }
 
-bool SimAudioListeners::IsListening(const Listener& listener) {
+bool PropertyListeners::IsListening(const Listener& listener) {
     std::lock_guard lock(fMutex);
     return std::find(fListeners.begin(), fListeners.end(), listener) != fListeners.end();
 }
 
-void SimAudioListeners::Deliver(const SimAudioChange& change) {
+void PropertyListeners::Deliver(const PropertyChange& change) {
     std::vector<Listener> hearing;
     {
         std::lock_guard lock(fMutex);
@@ -70,4 +70,4 @@ void SimAudioListeners::Deliver(const SimAudioChange& change) {
     }
 }
 
-} // namespace qcp::coreaudio::sim
+} // namespace qcp::coreaudio
