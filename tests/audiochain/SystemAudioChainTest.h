@@ -38,6 +38,8 @@ protected:
         auto system = qcp::coreaudio::sim::CreateDefaultSimAudioSystem();
         fSim = system.get();
         qcp::coreaudio::Install(std::move(system));
+        // The world's making is old news before the test begins.
+        fSim->SettleListeners();
         zUserLogHistory::Default()->Clear();
     }
     void TearDown() override { qcp::coreaudio::Install(nullptr); }

@@ -87,6 +87,9 @@ public:
     void InjectFault(AudioObjectID object, AudioObjectPropertySelector selector, OSStatus status,
                      SimAudioCall call = SimAudioCall::Any);
     void ClearFaults();
+    // Returns once the listeners have heard every change made so far, so
+    // that a test's next step is not met by news of an earlier one.
+    void SettleListeners() { fListeners.Settle(); }
     // Property calls answered so far, failed ones included.
     uint64_t PropertyCalls() const { return fPropertyCalls; }
 

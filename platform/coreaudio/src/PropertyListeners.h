@@ -30,6 +30,9 @@ public:
                 void* clientData);
     // Queues calls to the listeners of each change. Any thread, any lock.
     void Notify(const PropertyChanges& changes);
+    // Returns once the listeners have been told of every change notified
+    // before. Not from a listener.
+    void Settle() { fQueue.Sync([] {}); }
 
 private:
     struct Listener {
