@@ -54,7 +54,7 @@ TEST_F(PulseAudioSystemTest, MonitorsAreNoDevicesAndSourcesAreInputs) {
         << "an input cannot be the default output";
     EXPECT_EQ(Write(sink, Address(kAudioDevicePropertyNominalSampleRate), PulseHarness::kRate), 0);
     AudioTimeStamp time{};
-    EXPECT_EQ(AudioDeviceGetCurrentTime(sink, &time), kAudioHardwareUnsupportedOperationError);
+    EXPECT_EQ(AudioDeviceGetCurrentTime(sink, &time), kAudioHardwareNotRunningError) << "no I/O runs on it";
 }
 
 TEST_F(PulseAudioSystemTest, VolumeAndMuteGoThroughTheServerAndComeBackFromOtherClients) {

@@ -46,6 +46,11 @@ public:
     std::string PlugInput(const std::string& name) {
         return Plug("module-null-source", UIDFor(name), "source", "description='" + name + "'");
     }
+    // An input device recording from the monitor of the sink `sinkUID`.
+    std::string PlugMonitorSource(const std::string& sinkUID, const std::string& name) {
+        return Plug("module-remap-source", UIDFor(name), "source",
+                    "master=" + sinkUID + ".monitor source_properties='device.description=\"" + name + "\"'");
+    }
     // A sink of the server's name `uid`, with `properties` in its proplist
     // beside its description.
     std::string PlugSink(const std::string& uid, const std::string& name, const std::string& properties = {}) {
@@ -70,6 +75,7 @@ public:
     }
     void ClearFaults() { fLayer->Clear(); }
     const std::string& Address() const { return fServer.Address(); }
+    void KillServer() { fServer.Stop(); }
 
 private:
     static constexpr std::chrono::seconds kPatience{10};

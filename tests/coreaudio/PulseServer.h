@@ -82,13 +82,7 @@ public:
     }
 
     ~PulseServer() {
-        if (fPid > 0) {
-            kill(fPid, SIGTERM);
-            if (!WaitFor([this] { return waitpid(fPid, nullptr, WNOHANG) == fPid; }, std::chrono::seconds(10))) {
-                kill(fPid, SIGKILL);
-                waitpid(fPid, nullptr, 0);
-            }
-        }
+        Stop();
         // Kept for its log when the server would not start.
         if (!fDirectory.empty() && fUnavailable.empty()) std::filesystem::remove_all(fDirectory);
     }
@@ -96,6 +90,16 @@ public:
     PulseServer(const PulseServer&) = delete;
     PulseServer& operator=(const PulseServer&) = delete;
 
+    // Ends the server now, as a user stopping it would.
+    void Stop() {
+        if (fPid <= 0) return;
+        kill(fPid, SIGTERM);
+        if (!WaitFor([this] { return waitpid(fPid, nullptr, WNOHANG) == fPid; }, std::chrono::seconds(10))) {
+            kill(fPid, SIGKILL);
+            waitpid(fPid, nullptr, 0);
+        }
+        fPid = 0;
+    }
     // Why the server is not there; empty when it runs.
     const std::string& Unavailable() const { return fUnavailable; }
     // Its address for clients, as PULSE_SERVER takes it.

@@ -149,6 +149,11 @@ OSStatus PulseAudioSystem::SetPropertyData(AudioObjectID object, const AudioObje
         status = pulse::SetPropertyData(fDevices, object, address, size, data, changes, request);
     }
     fListeners.Notify(changes);
+    if (status == kAudioHardwareNoError && address.mSelector == kAudioDevicePropertyBufferFrameSize) {
+        if (PulseDeviceIO* io = IO(object))
+            io->Configure(std::clamp(*static_cast<const UInt32*>(data), PulseDevices::kMinBufferFrameSize,
+                                     PulseDevices::kMaxBufferFrameSize));
+    }
     if (status != kAudioHardwareNoError || request.kind == PulseRequest::Kind::None) return status;
     return Carry(request);
 }
@@ -205,16 +210,41 @@ OSStatus PulseAudioSystem::RemovePropertyListener(AudioObjectID object, const Au
     return kAudioHardwareNoError;
 }
 
-OSStatus PulseAudioSystem::StartDeviceIO(AudioObjectID, AudioDeviceIOProc, void*) {
-    return IsRunning() ? kAudioHardwareUnsupportedOperationError : kAudioHardwareNotRunningError;
+OSStatus PulseAudioSystem::StartDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) {
+    PulseDeviceIOSetup setup;
+    {
+        std::lock_guard lock(fMutex);
+        if (!IsRunning()) return kAudioHardwareNotRunningError;
+        const PulseDevice* found = fDevices.Find(device);
+        if (!found) return kAudioHardwareBadDeviceError;
+        setup = {found->info.input, found->info.index, found->info.channels, found->info.rate, found->bufferFrameSize};
+    }
+    std::lock_guard lock(fIOMutex);
+    auto& io = fIO[device];
+    if (!io) io = std::make_unique<PulseDeviceIO>(fConnection, device, setup);
+    io->Start(proc, clientData);
+    return kAudioHardwareNoError;
 }
 
-OSStatus PulseAudioSystem::StopDeviceIO(AudioObjectID, AudioDeviceIOProc, void*) {
-    return IsRunning() ? kAudioHardwareUnsupportedOperationError : kAudioHardwareNotRunningError;
+PulseDeviceIO* PulseAudioSystem::IO(AudioObjectID device) {
+    std::lock_guard lock(fIOMutex);
+    const auto found = fIO.find(device);
+    return found == fIO.end() ? nullptr : found->second.get();
 }
 
-OSStatus PulseAudioSystem::GetCurrentTime(AudioObjectID, AudioTimeStamp&) {
-    return IsRunning() ? kAudioHardwareUnsupportedOperationError : kAudioHardwareNotRunningError;
+OSStatus PulseAudioSystem::StopDeviceIO(AudioObjectID device, AudioDeviceIOProc proc, void* clientData) {
+    if (PulseDeviceIO* io = IO(device)) io->Stop(proc, clientData);
+    return kAudioHardwareNoError;
+}
+
+OSStatus PulseAudioSystem::GetCurrentTime(AudioObjectID device, AudioTimeStamp& time) {
+    {
+        std::lock_guard lock(fMutex);
+        if (!IsRunning()) return kAudioHardwareNotRunningError;
+        if (!fDevices.Find(device)) return kAudioHardwareBadDeviceError;
+    }
+    const PulseDeviceIO* io = IO(device);
+    return io && io->CurrentTime(time) ? kAudioHardwareNoError : kAudioHardwareNotRunningError;
 }
 
 } // namespace qcp::coreaudio::pulse

@@ -2,12 +2,15 @@
 #include <pulse/introspect.h>
 
 #include <atomic>
+#include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "AudioDeviceLayer.h"
 #include "PulseConnection.h"
+#include "PulseDeviceIO.h"
 #include "PulseDevices.h"
 #include "PulseProperties.h"
 #include "PropertyListeners.h"
@@ -48,12 +51,17 @@ namespace qcp::coreaudio::pulse {
 // server has carried it out and the layer has heard the result, so a read
 // that follows sees it.
 //
+// Device I/O: a source's procs get what it records, a sink's procs render
+// what it plays, each device on its own stream and I/O thread as
+// PulseDeviceIO says; a device's procs stop being called when it goes. A
+// sink's monitor is recorded through a source over it (the capture driver
+// has one).
+//
 // Statuses: the server's errors map as StatusOf (PulseConnection.h) says.
 // When no server answers at construction, or once it has gone, every call
-// answers kAudioHardwareNotRunningError (HasProperty false); the layer does
-// not reconnect. Device I/O (StartDeviceIO, StopDeviceIO, GetCurrentTime)
-// is not carried yet and answers kAudioHardwareUnsupportedOperationError;
-// nor are aggregate devices made.
+// answers kAudioHardwareNotRunningError (HasProperty false; StopDeviceIO
+// still stops); the layer does not reconnect. Aggregate devices are not
+// made.
 class PulseAudioSystem final : public AudioDeviceLayer, private PulseConnection::Handler {
 public:
     // Connects to `server` (empty: the client library's lookup, PULSE_SERVER
@@ -99,6 +107,8 @@ private:
     void Ask(pa_context* context, bool input, uint32_t index);
     // Has the server carry out a write, then hears its result. No lock held.
     OSStatus Carry(const PulseRequest& request);
+    // A device's I/O, once it has been started; kept until the layer goes.
+    PulseDeviceIO* IO(AudioObjectID device);
 
     mutable std::mutex fMutex;
     PulseDevices fDevices;     // under fMutex
@@ -107,8 +117,12 @@ private:
     std::atomic<bool> fLost{false};
     // Its thread is stopped before the devices it reads go away.
     PropertyListeners fListeners;
-    // Last: its thread, which calls back into the layer, is stopped first.
+    // Its thread, which calls back into the layer, is stopped before the
+    // layer's state goes.
     PulseConnection fConnection;
+    // Before the connection they use: their threads are stopped first.
+    std::mutex fIOMutex;
+    std::map<AudioObjectID, std::unique_ptr<PulseDeviceIO>> fIO; // under fIOMutex
 };
 
 } // namespace qcp::coreaudio::pulse

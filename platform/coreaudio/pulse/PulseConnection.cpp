@@ -21,17 +21,15 @@ OSStatus StatusOf(int error) {
     }
 }
 
-// The loop's lock, held for a scope.
-class PulseConnection::Lock {
-public:
-    explicit Lock(pa_threaded_mainloop* loop) : fLoop(loop) { pa_threaded_mainloop_lock(fLoop); }
-    ~Lock() { pa_threaded_mainloop_unlock(fLoop); }
-    Lock(const Lock&) = delete;
-    Lock& operator=(const Lock&) = delete;
+PulseConnection::Lock::Lock(const PulseConnection& connection) : fLoop(connection.fLoop) {
+    pa_threaded_mainloop_lock(fLoop);
+}
 
-private:
-    pa_threaded_mainloop* fLoop;
-};
+PulseConnection::Lock::~Lock() { pa_threaded_mainloop_unlock(fLoop); }
+
+void PulseConnection::Wait() const { pa_threaded_mainloop_wait(fLoop); }
+
+void PulseConnection::Signal() const { pa_threaded_mainloop_signal(fLoop, 0); }
 
 PulseConnection::PulseConnection() : fLoop(pa_threaded_mainloop_new()) {
     pa_threaded_mainloop_set_name(fLoop, "com.qcp.coreaudio.pulse");
@@ -40,7 +38,7 @@ PulseConnection::PulseConnection() : fLoop(pa_threaded_mainloop_new()) {
 
 PulseConnection::~PulseConnection() {
     if (fContext) {
-        Lock lock(fLoop);
+        Lock lock(*this);
         fHandler = nullptr;
         pa_context_disconnect(fContext);
     }
@@ -75,7 +73,7 @@ void PulseConnection::Succeeded(pa_context*, int success, void* result) { *stati
 
 bool PulseConnection::Connect(const std::string& server, Handler* handler, pa_subscription_mask_t events) {
     {
-        Lock lock(fLoop);
+        Lock lock(*this);
         if (fContext) return false;
         fContext = pa_context_new(pa_threaded_mainloop_get_api(fLoop), "qcp-coreaudio");
         pa_context_set_state_callback(fContext, &OnState, this);
@@ -102,17 +100,17 @@ bool PulseConnection::Connect(const std::string& server, Handler* handler, pa_su
 }
 
 bool PulseConnection::IsUp() const {
-    Lock lock(fLoop);
+    Lock lock(*this);
     return fContext && pa_context_get_state(fContext) == PA_CONTEXT_READY;
 }
 
 OSStatus PulseConnection::LastError() const {
-    Lock lock(fLoop);
+    Lock lock(*this);
     return fContext ? StatusOf(pa_context_errno(fContext)) : kAudioHardwareNotRunningError;
 }
 
 OSStatus PulseConnection::Run(const std::function<pa_operation*(pa_context*)>& issue) {
-    Lock lock(fLoop);
+    Lock lock(*this);
     if (!fContext || pa_context_get_state(fContext) != PA_CONTEXT_READY) return kAudioHardwareNotRunningError;
     pa_operation* operation = issue(fContext);
     if (!operation) return StatusOf(pa_context_errno(fContext));

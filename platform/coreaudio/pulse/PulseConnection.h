@@ -60,8 +60,27 @@ public:
     // Lets go of an operation whose callbacks do all there is to do.
     static void Forget(pa_operation* operation);
 
+    // The loop's lock, held for a scope, for code that drives its own
+    // streams on the connection's context. Not on the loop's thread.
+    class Lock {
+    public:
+        explicit Lock(const PulseConnection& connection);
+        ~Lock();
+        Lock(const Lock&) = delete;
+        Lock& operator=(const Lock&) = delete;
+
+    private:
+        pa_threaded_mainloop* fLoop;
+    };
+    // With the lock held: the context (null before Connect), and a wait
+    // until the loop signals (a stream's or the connection's state changed,
+    // or a stream's callback called Signal).
+    pa_context* Context() const { return fContext; }
+    void Wait() const;
+    // Wakes every thread in Wait; from the loop's callbacks or with the lock.
+    void Signal() const;
+
 private:
-    class Lock;
     static void OnState(pa_context* context, void* self);
     static void OnSubscription(pa_context* context, pa_subscription_event_type_t type, uint32_t index, void* self);
     static void OnOperation(pa_operation* operation, void* self);

@@ -10,15 +10,6 @@ namespace {
 // The device whose I/O thread this is, so that a proc stopping itself does
 // not wait for itself.
 thread_local const SimAudioDeviceIO* tDeviceIO = nullptr;
-
-void Mix(const AudioBufferList& from, AudioBufferList& into, UInt32 frames) {
-    for (UInt32 i = 0; i < into.mNumberBuffers; ++i) {
-        const auto* source = static_cast<const Float32*>(from.mBuffers[i].mData);
-        auto* target = static_cast<Float32*>(into.mBuffers[i].mData);
-        const size_t samples = size_t{frames} * into.mBuffers[i].mNumberChannels;
-        for (size_t s = 0; s < samples; ++s) target[s] += source[s];
-    }
-}
 } // namespace
 
 SimAudioDeviceIO::SimAudioDeviceIO(AudioObjectID device, const SimAudioDeviceSetup& setup, SimAudioRouting routing)

@@ -42,6 +42,15 @@ void Silence(AudioBufferList& list, UInt32 frames) {
     }
 }
 
+void Mix(const AudioBufferList& from, AudioBufferList& into, UInt32 frames) {
+    for (UInt32 i = 0; i < into.mNumberBuffers; ++i) {
+        const auto* source = static_cast<const Float32*>(from.mBuffers[i].mData);
+        auto* target = static_cast<Float32*>(into.mBuffers[i].mData);
+        const size_t samples = size_t{frames} * into.mBuffers[i].mNumberChannels;
+        for (size_t s = 0; s < samples; ++s) target[s] += source[s];
+    }
+}
+
 std::vector<UInt32> BufferLayout(UInt32 channels, bool interleaved) {
     return interleaved ? std::vector<UInt32>{channels} : std::vector<UInt32>(channels, 1);
 }

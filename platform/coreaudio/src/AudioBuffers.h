@@ -21,6 +21,8 @@ ChannelSamples Channel(const AudioBufferList& list, UInt32 channel);
 // with silence. Allocates nothing.
 void CopyChannels(const AudioBufferList& from, AudioBufferList& to, UInt32 frames);
 void Silence(AudioBufferList& list, UInt32 frames);
+// Adds `frames` frames of `from` to `into`, which has the same layout.
+void Mix(const AudioBufferList& from, AudioBufferList& into, UInt32 frames);
 
 // The buffers' channel counts for `channels` channels interleaved in one
 // buffer or one buffer each.

@@ -1,0 +1,302 @@
+#include "PulseDeviceIO.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "zTime.h"
+
+namespace qcp::coreaudio::pulse {
+namespace {
+// The device whose I/O thread this is, so that a proc starting or stopping
+// its own device's procs does not wait for itself.
+thread_local const PulseDeviceIO* tDeviceIO = nullptr;
+
+// What the stream may hold beyond one period before the oldest is dropped:
+// a server that sends larger fragments than asked, or a proc that ran late.
+constexpr UInt32 kPendingPeriods = 4;
+
+std::vector<UInt32> Layout(UInt32 channels, bool present) {
+    return present ? BufferLayout(channels, true) : std::vector<UInt32>{};
+}
+} // namespace
+
+PulseDeviceIO::PulseDeviceIO(PulseConnection& connection, AudioObjectID device, const PulseDeviceIOSetup& setup)
+    : fConnection(connection), fDevice(device), fSetup(setup),
+      fFrames(std::clamp<UInt32>(setup.frames, 1, kMaxFrames)) {
+    fPending.resize(size_t{kPendingPeriods} * kMaxFrames * setup.channels);
+    fInput.Allocate(Layout(setup.channels, setup.input), kMaxFrames);
+    fMix.Allocate(Layout(setup.channels, !setup.input), kMaxFrames);
+    fScratch.Allocate(Layout(setup.channels, !setup.input), kMaxFrames);
+    fThread = std::thread([this] { Run(); });
+}
+
+PulseDeviceIO::~PulseDeviceIO() {
+    fClosing = true;
+    {
+        std::lock_guard lock(fMutex);
+        fWake.notify_all();
+    }
+    {
+        PulseConnection::Lock lock(fConnection);
+        fConnection.Signal();
+    }
+    fThread.join();
+}
+
+bool PulseDeviceIO::OnThisThread() const { return tDeviceIO == this; }
+
+bool PulseDeviceIO::Live() const {
+    return std::any_of(fProcs.begin(), fProcs.end(), [](const Proc& p) { return !p.stopped; });
+}
+
+void PulseDeviceIO::Start(AudioDeviceIOProc proc, void* clientData) {
+    std::unique_lock lock(fMutex, std::defer_lock);
+    if (!OnThisThread()) lock.lock();
+    auto found = std::find_if(fProcs.begin(), fProcs.end(),
+                              [&](const Proc& p) { return p.proc == proc && p.clientData == clientData; });
+    if (found != fProcs.end())
+        found->stopped = false;
+    else
+        fProcs.push_back({proc, clientData, false});
+    ++fStarts;
+    fWake.notify_all();
+}
+
+void PulseDeviceIO::Stop(AudioDeviceIOProc proc, void* clientData) {
+    std::unique_lock lock(fMutex, std::defer_lock);
+    if (!OnThisThread()) lock.lock();
+    for (Proc& p : fProcs) {
+        if (p.proc == proc && p.clientData == clientData) p.stopped = true;
+    }
+}
+
+void PulseDeviceIO::Configure(UInt32 frames) { fFrames = std::clamp<UInt32>(frames, 1, kMaxFrames); }
+
+bool PulseDeviceIO::CurrentTime(AudioTimeStamp& time) const {
+    std::lock_guard lock(fClockMutex);
+    if (!fRunning) return false;
+    const int64_t now = zTime::MicroNow();
+    time = TimeAt(fSample + Float64(now - fCycleMicros) * fSetup.rate / 1e6, now);
+    return true;
+}
+
+AudioTimeStamp PulseDeviceIO::TimeAt(Float64 sample, int64_t micros) const {
+    AudioTimeStamp time{};
+    time.mSampleTime = sample;
+    time.mHostTime = static_cast<UInt64>(micros) * 1000;
+    time.mRateScalar = 1;
+    time.mFlags = kAudioTimeStampSampleHostTimeValid | kAudioTimeStampRateScalarValid;
+    return time;
+}
+
+void PulseDeviceIO::SetRunning(bool running) {
+    std::lock_guard lock(fClockMutex);
+    fRunning = running;
+    fCycleMicros = zTime::MicroNow();
+}
+
+bool PulseDeviceIO::AwaitProcs(bool failed) {
+    std::unique_lock lock(fMutex);
+    const uint64_t starts = fStarts;
+    fWake.wait(lock, [&] { return fClosing || (Live() && (!failed || fStarts != starts)); });
+    return !fClosing;
+}
+
+void PulseDeviceIO::Run() {
+    tDeviceIO = this;
+    bool failed = false;
+    bool running = false;
+    while (AwaitProcs(failed)) {
+        bool up;
+        {
+            PulseConnection::Lock lock(fConnection);
+            up = fStream ? Usable() : Connect();
+        }
+        if (up && !running) SetRunning(running = true);
+        const UInt32 frames = fFrames;
+        bool moved = up && (fSetup.input ? Record(frames) : AwaitRoom(frames));
+        bool live = true;
+        if (moved) {
+            std::lock_guard lock(fMutex);
+            Cycle(frames);
+            live = Live();
+        }
+        if (moved && !fSetup.input) moved = Play(frames);
+        failed = !moved;
+        if (failed || !live) {
+            PulseConnection::Lock lock(fConnection);
+            Disconnect();
+            SetRunning(running = false);
+        }
+    }
+    PulseConnection::Lock lock(fConnection);
+    Disconnect();
+}
+
+bool PulseDeviceIO::Connect() {
+    pa_context* context = fConnection.Context();
+    if (!context || pa_context_get_state(context) != PA_CONTEXT_READY) return false;
+    const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, static_cast<uint32_t>(fSetup.rate),
+                              static_cast<uint8_t>(fSetup.channels)};
+    if (!pa_sample_spec_valid(&spec)) return false;
+    fStream = pa_stream_new(context, "device I/O", &spec, nullptr);
+    if (!fStream) return false;
+    pa_stream_set_state_callback(fStream, &OnStream, this);
+    const auto period = static_cast<uint32_t>(pa_frame_size(&spec) * fFrames);
+    pa_buffer_attr attributes{};
+    attributes.maxlength = attributes.tlength = attributes.prebuf = attributes.minreq = attributes.fragsize =
+        static_cast<uint32_t>(-1);
+    // By index, and never moved: the stream ends with its device rather than
+    // following the defaults the chain itself changes.
+    const std::string device = std::to_string(fSetup.index);
+    const auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
+    int connected;
+    if (fSetup.input) {
+        attributes.fragsize = period;
+        pa_stream_set_read_callback(fStream, &OnStreamData, this);
+        connected = pa_stream_connect_record(fStream, device.c_str(), &attributes, flags);
+    } else {
+        attributes.tlength = 2 * period;
+        attributes.minreq = period;
+        pa_stream_set_write_callback(fStream, &OnStreamData, this);
+        connected = pa_stream_connect_playback(fStream, device.c_str(), &attributes, flags, nullptr, nullptr);
+    }
+    if (connected == 0) {
+        while (pa_stream_get_state(fStream) == PA_STREAM_CREATING && !fClosing) fConnection.Wait();
+    }
+    if (Usable()) return true;
+    Disconnect();
+    return false;
+}
+
+void PulseDeviceIO::Disconnect() {
+    fPendingFrames = 0;
+    if (!fStream) return;
+    pa_stream_set_state_callback(fStream, nullptr, nullptr);
+    pa_stream_set_read_callback(fStream, nullptr, nullptr);
+    pa_stream_set_write_callback(fStream, nullptr, nullptr);
+    pa_stream_disconnect(fStream);
+    pa_stream_unref(fStream);
+    fStream = nullptr;
+}
+
+bool PulseDeviceIO::Usable() const { return fStream && pa_stream_get_state(fStream) == PA_STREAM_READY; }
+
+void PulseDeviceIO::OnStream(pa_stream*, void* self) { static_cast<PulseDeviceIO*>(self)->fConnection.Signal(); }
+
+void PulseDeviceIO::OnStreamData(pa_stream*, size_t, void* self) {
+    static_cast<PulseDeviceIO*>(self)->fConnection.Signal();
+}
+
+bool PulseDeviceIO::Record(UInt32 frames) {
+    {
+        PulseConnection::Lock lock(fConnection);
+        while (fPendingFrames < frames) {
+            if (fClosing || !Usable()) return false;
+            const void* data = nullptr;
+            size_t bytes = 0;
+            if (pa_stream_peek(fStream, &data, &bytes) < 0) return false;
+            if (bytes == 0) {
+                fConnection.Wait();
+                continue;
+            }
+            Keep(data, bytes);
+            pa_stream_drop(fStream);
+        }
+    }
+    TakeInput(frames);
+    return true;
+}
+
+void PulseDeviceIO::Keep(const void* data, size_t bytes) {
+    const size_t channels = fSetup.channels;
+    const size_t capacity = fPending.size() / channels;
+    size_t frames = bytes / (channels * sizeof(Float32));
+    const auto* samples = static_cast<const Float32*>(data);
+    if (frames > capacity) {
+        if (samples) samples += (frames - capacity) * channels;
+        frames = capacity;
+    }
+    if (fPendingFrames + frames > capacity) {
+        const size_t dropped = fPendingFrames + frames - capacity;
+        std::copy(fPending.begin() + dropped * channels, fPending.begin() + fPendingFrames * channels,
+                  fPending.begin());
+        fPendingFrames -= dropped;
+    }
+    Float32* to = fPending.data() + fPendingFrames * channels;
+    // A hole in the recording (no data) is silence.
+    if (samples)
+        std::copy(samples, samples + frames * channels, to);
+    else
+        std::fill(to, to + frames * channels, 0.0f);
+    fPendingFrames += frames;
+}
+
+void PulseDeviceIO::TakeInput(UInt32 frames) {
+    const size_t samples = size_t{frames} * fSetup.channels;
+    AudioBufferList& input = fInput.Prepare(frames);
+    std::memcpy(input.mBuffers[0].mData, fPending.data(), samples * sizeof(Float32));
+    std::copy(fPending.begin() + samples, fPending.begin() + fPendingFrames * fSetup.channels, fPending.begin());
+    fPendingFrames -= frames;
+}
+
+bool PulseDeviceIO::AwaitRoom(UInt32 frames) {
+    const size_t bytes = size_t{frames} * fSetup.channels * sizeof(Float32);
+    PulseConnection::Lock lock(fConnection);
+    while (true) {
+        if (fClosing || !Usable()) return false;
+        const size_t room = pa_stream_writable_size(fStream);
+        if (room == static_cast<size_t>(-1)) return false;
+        if (room >= bytes) return true;
+        fConnection.Wait();
+    }
+}
+
+bool PulseDeviceIO::Play(UInt32 frames) {
+    const auto* from = static_cast<const uint8_t*>(fMix.Prepare(frames).mBuffers[0].mData);
+    size_t left = size_t{frames} * fSetup.channels * sizeof(Float32);
+    PulseConnection::Lock lock(fConnection);
+    while (left > 0) {
+        if (!Usable()) return false;
+        // The server's own memory: no copy of ours is made on the way.
+        void* to = nullptr;
+        size_t bytes = left;
+        if (pa_stream_begin_write(fStream, &to, &bytes) < 0 || !to) return false;
+        bytes = std::min(bytes, left);
+        std::memcpy(to, from, bytes);
+        if (pa_stream_write(fStream, to, bytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) return false;
+        from += bytes;
+        left -= bytes;
+    }
+    return true;
+}
+
+void PulseDeviceIO::Cycle(UInt32 frames) {
+    AudioBufferList& input = fInput.Prepare(frames);
+    AudioBufferList& mix = fMix.Prepare(frames);
+    Silence(mix, frames);
+    const int64_t micros = zTime::MicroNow();
+    const auto period = static_cast<int64_t>(Float64(frames) * 1e6 / fSetup.rate);
+    Float64 sample;
+    {
+        std::lock_guard lock(fClockMutex);
+        fSample += frames;
+        fCycleMicros = micros;
+        sample = fSample;
+    }
+    const AudioTimeStamp now = TimeAt(sample, micros);
+    const AudioTimeStamp inputTime = TimeAt(sample - frames, micros - period);
+    const AudioTimeStamp outputTime = TimeAt(sample + frames, micros + period);
+    // By index and by copy: a proc may start another, growing the list.
+    for (size_t i = 0; i < fProcs.size(); ++i) {
+        const Proc proc = fProcs[i];
+        if (proc.stopped) continue;
+        AudioBufferList& scratch = fScratch.Prepare(frames);
+        Silence(scratch, frames);
+        proc.proc(fDevice, &now, &input, &inputTime, &scratch, &outputTime, proc.clientData);
+        Mix(scratch, mix, frames);
+    }
+    std::erase_if(fProcs, [](const Proc& p) { return p.stopped; });
+}
+
+} // namespace qcp::coreaudio::pulse

@@ -1,0 +1,124 @@
+#pragma once
+#include <pulse/stream.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "AudioBuffers.h"
+#include "CoreAudio/AudioHardware.h"
+#include "PulseConnection.h"
+
+namespace qcp::coreaudio::pulse {
+
+// The server object a device's I/O runs on, as it was when I/O first began.
+struct PulseDeviceIOSetup {
+    bool input = false;  // a source, recorded from; else a sink, played to
+    uint32_t index = 0;  // the server's: a device that comes back is another
+    UInt32 channels = 0; // interleaved float32 at `rate`
+    Float64 rate = 0;
+    UInt32 frames = 0; // the buffer frame size
+};
+
+// One device's I/O: a stream on the layer's connection and the thread that
+// calls the device's started procs once per cycle of buffer-frame-size
+// frames, paced by the server. A source's cycle comes when a period has been
+// recorded (the stream asks for fragments of one period); a sink's when the
+// server has room for a period (the stream keeps two periods queued), so the
+// procs are pulled at the sink's own clock.
+//
+// Made by the layer for a device's first StartDeviceIO, on any thread but the
+// connection loop's, and kept until the layer goes. Start, Stop, Configure
+// and CurrentTime may be called from any thread, Start and Stop also from a
+// proc. The thread makes the stream when the device begins to run and ends
+// it when no proc is left; while the stream cannot be made or has failed
+// (the device or the server went away) no cycle runs until the next Start.
+// Procs run under the object's mutex, which only Start and Stop take, never
+// under the connection loop's lock; nothing on the thread allocates once
+// running.
+//
+// Times: a cycle's sample time counts the frames moved through the stream,
+// its host time is when the cycle began on the zTime clock; the input was
+// recorded over the period before, the output plays a period after. The
+// rate scalar is 1: the server's clock is not measured against the host's.
+class PulseDeviceIO {
+public:
+    PulseDeviceIO(PulseConnection& connection, AudioObjectID device, const PulseDeviceIOSetup& setup);
+    ~PulseDeviceIO();
+    PulseDeviceIO(const PulseDeviceIO&) = delete;
+    PulseDeviceIO& operator=(const PulseDeviceIO&) = delete;
+
+    void Start(AudioDeviceIOProc proc, void* clientData);
+    // From another thread: returns once the proc is not running. From a
+    // proc of this device: the proc is not called again.
+    void Stop(AudioDeviceIOProc proc, void* clientData);
+    // A new buffer frame size, from the next cycle on.
+    void Configure(UInt32 frames);
+    // Where the device's clock is now; false while no stream is up.
+    bool CurrentTime(AudioTimeStamp& time) const;
+
+    static constexpr UInt32 kMaxFrames = 4096; // the most a device's buffer frame size may be
+
+private:
+    struct Proc {
+        AudioDeviceIOProc proc;
+        void* clientData;
+        bool stopped;
+    };
+    void Run();
+    bool Live() const; // fMutex held
+    bool OnThisThread() const;
+    // Waits for a proc to run, or for another Start after a failure; false
+    // when closing.
+    bool AwaitProcs(bool failed);
+    void SetRunning(bool running);
+    // With the loop's lock held.
+    bool Connect();
+    void Disconnect();
+    bool Usable() const;
+    // Move one period between the stream and the buffers, waiting for the
+    // server; false when the stream failed or the object is closing.
+    bool Record(UInt32 frames);
+    bool AwaitRoom(UInt32 frames);
+    bool Play(UInt32 frames);
+    // Keeps what the server recorded; the oldest goes when it overflows.
+    void Keep(const void* data, size_t bytes);
+    void TakeInput(UInt32 frames);
+    // Calls the procs: fMutex held.
+    void Cycle(UInt32 frames);
+    AudioTimeStamp TimeAt(Float64 sample, int64_t micros) const;
+    static void OnStream(pa_stream* stream, void* self);
+    static void OnStreamData(pa_stream* stream, size_t bytes, void* self);
+
+    PulseConnection& fConnection;
+    const AudioObjectID fDevice;
+    const PulseDeviceIOSetup fSetup;
+    std::atomic<UInt32> fFrames;
+    std::atomic<bool> fClosing{false};
+
+    std::mutex fMutex;
+    std::condition_variable fWake;
+    std::vector<Proc> fProcs;
+    uint64_t fStarts = 0; // Start calls so far: a failed stream is tried again on the next
+
+    // The clock, apart so that a proc may read any device's time while
+    // another device's procs run.
+    mutable std::mutex fClockMutex;
+    bool fRunning = false;    // a stream is up
+    Float64 fSample = 0;      // the last cycle's
+    int64_t fCycleMicros = 0; // when it began, or when the stream came up
+
+    // The I/O thread's own.
+    pa_stream* fStream = nullptr; // with the loop's lock
+    std::vector<Float32> fPending; // recorded, not yet handed to the procs
+    size_t fPendingFrames = 0;
+    OwnedBufferList fInput;
+    OwnedBufferList fMix;
+    OwnedBufferList fScratch;
+    std::thread fThread; // last: it uses all of the above
+};
+
+} // namespace qcp::coreaudio::pulse
