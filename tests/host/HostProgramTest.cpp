@@ -1,52 +1,10 @@
 // qcp-host itself, run as a user runs it, on the plug-in's simulated desktop.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
-#include <sstream>
 #include <string>
-#include <vector>
 
+#include "HostRun.h"
 #include "SettingsRecord.h"
-
-namespace {
-
-struct HostRun {
-    int status = -1;
-    std::string out, err;
-};
-
-std::string Quoted(const std::string& text) {
-    std::string quoted = "'";
-    for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + "'";
-}
-
-constexpr const char* kSim = "env QCP_PLATFORM=sim";
-
-// `environment` is an env(1) command line that sets up the host's environment.
-HostRun RunHost(const std::vector<std::string>& args, const std::string& environment = kSim) {
-    // Per process: the tests may run side by side.
-    const std::string errFile = testing::TempDir() + "qcp-host-stderr-" + std::to_string(getpid()) + ".txt";
-    std::string command = environment + " " + Quoted(QCP_TEST_HOST);
-    for (const std::string& arg : args) command += " " + Quoted(arg);
-    command += " 2>" + Quoted(errFile);
-    HostRun run;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return run;
-    char buffer[4096];
-    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.out.append(buffer, n);
-    const int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    std::ostringstream err;
-    err << std::ifstream(errFile).rdbuf();
-    run.err = err.str();
-    return run;
-}
-
-} // namespace
 
 TEST(HostProgram, ListsTheSimulatedDesktop) {
     const HostRun run = RunHost({"list"});

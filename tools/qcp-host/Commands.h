@@ -6,8 +6,10 @@
 
 namespace qcphost {
 
-// Each command runs against an initialised plug-in and returns the process
-// exit status.
+// Each command returns the process exit status. DriverCommand needs the
+// plug-in loaded only to know where it lies; the others run against an
+// initialised plug-in.
+int DriverCommand(const PluginLibrary& plugin, const std::vector<std::string>& args);
 int ListCommand(PluginLibrary& plugin);
 int SettingsCommand(PluginLibrary& plugin, const std::vector<std::string>& args);
 int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args);

@@ -32,6 +32,13 @@ PluginLibrary::~PluginLibrary() {
     if (fHandle) dlclose(fHandle);
 }
 
+std::filesystem::path PluginLibrary::Folder() const {
+    Dl_info info{};
+    if (!dladdr(reinterpret_cast<const void*>(QCP_IntitializeLibrary), &info) || !info.dli_fname || !*info.dli_fname)
+        throw std::runtime_error("cannot tell where the plug-in was loaded from");
+    return std::filesystem::canonical(info.dli_fname).parent_path();
+}
+
 std::string PluginLibrary::DefaultPath() {
     if (const char* path = std::getenv("QCP_PLUGIN"); path && *path) return path;
     char self[PATH_MAX];

@@ -1,4 +1,5 @@
 #pragma once
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 
@@ -17,6 +18,10 @@ public:
 
     // The plug-in next to the running executable, unless QCP_PLUGIN names one.
     static std::string DefaultPath();
+
+    // The folder of the file the plug-in was loaded from, links resolved, as
+    // the plug-in itself finds its resources. Throws when it cannot be told.
+    std::filesystem::path Folder() const;
 
 #define QCP_HOST_ENTRY(name) decltype(&::name) name = nullptr;
 #include "PluginEntries.inc"

@@ -49,6 +49,17 @@ Commands:
                                (Goertzel filters every 10 Hz from 20 Hz to
                                20 kHz, then every 0.05 Hz near the strongest,
                                over the loudest second)
+  driver status|install|uninstall
+                               the audio capture driver, through the scripts
+                               in the Resources folder beside the plug-in (the
+                               plug-in is loaded, not initialised): status
+                               says whether it is installed, its version,
+                               whether that is current and its two devices;
+                               install and uninstall load or unload it and
+                               make that last. Exit status: 0 done (status:
+                               installed and current), 1 failed, 2 bad usage
+                               or pactl missing, 3 no sound server; status
+                               also 4 not installed, 5 outdated
   help                         this text
 
 Environment:
@@ -82,6 +93,7 @@ int main(int argc, char** argv) {
     }
     try {
         qcphost::PluginLibrary plugin(pluginPath);
+        if (args[0] == "driver") return qcphost::DriverCommand(plugin, {args.begin() + 1, args.end()});
         plugin.QCP_IntitializeLibrary();
         const int status = Run(plugin, args);
         plugin.QCP_UninitializeLibrary();
