@@ -12,6 +12,9 @@
 #include "AudioDeviceLayer.h"
 #include "SimAudioSystem.h"
 #endif
+#if QCP_HAVE_PULSE
+#include "PulseAudioSystem.h"
+#endif
 
 namespace qcp::platform {
 
@@ -40,8 +43,14 @@ void SelectAudioFromEnvironment() {
 #if QCP_HAVE_COREAUDIO_STANDIN
     if (coreaudio::Current()) return;
     const char* requested = std::getenv("QCP_PLATFORM");
-    if (requested && std::string_view(requested) == "sim")
+    const std::string_view name = requested ? requested : "";
+    if (name == "sim") {
         coreaudio::Install(coreaudio::sim::CreateDefaultSimAudioSystem());
+        return;
+    }
+#if QCP_HAVE_PULSE
+    if (name.empty() || name == "linux") coreaudio::Install(std::make_unique<coreaudio::pulse::PulseAudioSystem>());
+#endif
 #endif
 }
 

@@ -17,9 +17,11 @@ bool SelectFromEnvironment(std::string& error);
 
 // Installs the sound system QCP_PLATFORM names behind CoreAudio's functions,
 // unless one is installed already (as tests do), on systems without
-// CoreAudio: "sim" installs the default simulated sound system; otherwise
-// none is installed yet, and every CoreAudio call answers that the sound
-// system is not running. macOS has its own.
+// CoreAudio: "sim" installs the default simulated sound system; "linux", or
+// unset, the sound server's layer for this user's server (PULSE_SERVER
+// first), which answers that the sound system is not running when none
+// answers. Where that layer is not built none is installed, with the same
+// answer. macOS has its own.
 void SelectAudioFromEnvironment();
 
 } // namespace qcp::platform

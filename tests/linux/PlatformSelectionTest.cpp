@@ -103,11 +103,18 @@ TEST_F(PlatformSelectionTest, WithoutAnXDisplayLinuxIsInstalledEmptyAndSaysWhyOn
     EXPECT_EQ(error, "");
 }
 
-TEST(AudioSelection, TheSimulatedSoundSystemOnlyWhenNamed) {
+TEST(AudioSelection, TheSoundServerByDefaultAndTheSimulatedSoundSystemOnlyWhenNamed) {
     qcp::coreaudio::Install(nullptr);
     unsetenv("QCP_PLATFORM");
+    // No server answers there: the native layer says the system is not running.
+    setenv("PULSE_SERVER", "unix:/nonexistent/qcp-test", 1);
     SelectAudioFromEnvironment();
-    EXPECT_EQ(qcp::coreaudio::Current(), nullptr) << "no sound-server layer yet";
+#if QCP_HAVE_PULSE
+    ASSERT_NE(qcp::coreaudio::Current(), nullptr);
+    EXPECT_EQ(qcp::coreaudio::Current()->Name(), "pulse");
+#else
+    EXPECT_EQ(qcp::coreaudio::Current(), nullptr);
+#endif
     AudioObjectID device = 0;
     UInt32 size = sizeof device;
     const AudioObjectPropertyAddress address{kAudioHardwarePropertyDefaultOutputDevice,
@@ -115,6 +122,8 @@ TEST(AudioSelection, TheSimulatedSoundSystemOnlyWhenNamed) {
     EXPECT_EQ(AudioObjectGetPropertyData(kAudioObjectSystemObject, &address, 0, nullptr, &size, &device),
               kAudioHardwareNotRunningError);
 
+    unsetenv("PULSE_SERVER");
+    qcp::coreaudio::Install(nullptr);
     setenv("QCP_PLATFORM", "sim", 1);
     SelectAudioFromEnvironment();
     qcp::coreaudio::AudioDeviceLayer* sim = qcp::coreaudio::Current();

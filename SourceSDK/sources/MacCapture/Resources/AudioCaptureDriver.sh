@@ -9,9 +9,12 @@ VERSION=1.0.3
 DESCRIPTION="Ostrel Audio Capture"
 MARK="qcp audio capture driver"
 
-# Each is one argument: the module's own parser reads the quotes.
-SINK_ARGS="sink_name=$PLAYED_INTO sink_properties='device.description=\"$DESCRIPTION\" qcp.driver.version=$VERSION'"
-SOURCE_ARGS="master=$PLAYED_INTO.monitor source_name=$RECORDED_FROM source_properties='device.description=\"$DESCRIPTION\" qcp.driver.version=$VERSION'"
+# Each is one argument: the module's own parser reads the quotes. Both run
+# at the capture chain's own rate, 48 kHz stereo, whatever the server's
+# default, so that what is recorded needs no conversion on the way.
+FORMAT="rate=48000 channels=2"
+SINK_ARGS="sink_name=$PLAYED_INTO $FORMAT sink_properties='device.description=\"$DESCRIPTION\" qcp.driver.version=$VERSION'"
+SOURCE_ARGS="master=$PLAYED_INTO.monitor source_name=$RECORDED_FROM $FORMAT source_properties='device.description=\"$DESCRIPTION\" qcp.driver.version=$VERSION'"
 
 fail() {
     echo "Audio capture driver: $1" >&2
