@@ -1,6 +1,6 @@
 // What the sound server's layer does beyond the device-layer contract: the
 // capture driver's devices, monitors, volume and mute through the server,
-// and a server that is not there or goes away.
+// and a server that is not there, or goes away and comes back.
 #include <gtest/gtest.h>
 
 #include <pulse/volume.h>
@@ -8,8 +8,10 @@
 #include <atomic>
 #include <chrono>
 
+#include "AudioUnitTestSupport.h"
 #include "CaptureDriver.h"
 #include "PulseHarness.h"
+#include "zUserLogHistory.h"
 
 namespace {
 
@@ -131,37 +133,83 @@ TEST(PulseAudioSystemWithoutServer, EveryCallSaysTheHardwareIsNotRunning) {
     EXPECT_EQ(layer.GetCurrentTime(32, time), kAudioHardwareNotRunningError);
 }
 
-TEST(PulseAudioSystemServerGone, DevicesDieAndCallsSayTheHardwareIsNotRunning) {
-    auto server = std::make_unique<PulseServer>();
-    if (!server->Unavailable().empty()) GTEST_SKIP() << server->Unavailable();
+// A server that goes away and comes back: the same system restarted.
+class PulseServerRestart : public testing::Test {
+protected:
+    void SetUp() override {
+        if (!fServer.Unavailable().empty()) GTEST_SKIP() << fServer.Unavailable();
+        zUserLogHistory::Default()->Clear();
+        qcp::coreaudio::Install(std::make_unique<PulseAudioSystem>(fServer.Address()));
+    }
+    void TearDown() override { qcp::coreaudio::Install(nullptr); }
+    static bool Running() { return static_cast<PulseAudioSystem*>(qcp::coreaudio::Current())->IsRunning(); }
+    static bool Logged(const std::string& text) {
+        for (const auto& entry : zUserLogHistory::Default()->Entries())
+            if (entry.text == text) return true;
+        return false;
+    }
+
+    // "kept" comes back with every start, after "first", which a server
+    // starting afresh makes its default; "microphone" records from nothing.
+    PulseServer fServer{"load-module module-null-sink sink_name=first\n"
+                        "load-module module-null-sink sink_name=kept\n"
+                        "load-module module-null-source source_name=microphone rate=48000\n"};
+};
+
+TEST_F(PulseServerRestart, DevicesThatComeBackKeepTheirIdsAndOthersGo) {
     PulseConnection control;
-    ASSERT_TRUE(control.Connect(server->Address()));
+    ASSERT_TRUE(control.Connect(fServer.Address()));
     uint32_t module = PA_INVALID_INDEX;
     control.Run([&](pa_context* context) {
         return pa_context_load_module(
-            context, "module-null-sink", "sink_name=doomed",
+            context, "module-null-sink", "sink_name=dropped",
             [](pa_context*, uint32_t index, void* result) { *static_cast<uint32_t*>(result) = index; }, &module);
     });
-    ASSERT_NE(module, PA_INVALID_INDEX);
-    PulseAudioSystem layer(server->Address());
-    ASSERT_TRUE(layer.IsRunning());
-    std::vector<AudioObjectID> ids(4);
-    UInt32 size = static_cast<UInt32>(ids.size() * sizeof(AudioObjectID));
-    ASSERT_EQ(layer.GetPropertyData(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDevices), 0, nullptr,
-                                    size, ids.data()),
-              0);
-    ASSERT_EQ(size, sizeof(AudioObjectID));
+    ASSERT_TRUE(WaitFor([] { return DeviceForUID("dropped") != kAudioObjectUnknown; }, 10s));
+    const AudioObjectID kept = DeviceForUID("kept"), dropped = DeviceForUID("dropped");
     std::atomic<int> died{0};
     const auto alive = Address(kAudioDevicePropertyDeviceIsAlive);
-    ASSERT_EQ(layer.AddPropertyListener(ids[0], alive, &Count, &died), 0);
+    ASSERT_EQ(AudioObjectAddPropertyListener(dropped, &alive, &Count, &died), 0);
 
-    server.reset();
-    EXPECT_TRUE(WaitFor([&] { return died > 0; }, 10s));
-    EXPECT_FALSE(layer.IsRunning());
+    fServer.Stop();
+    ASSERT_TRUE(WaitFor([] { return !Running(); }, 10s));
     UInt32 value = 0;
-    size = sizeof value;
-    EXPECT_EQ(layer.GetPropertyData(ids[0], alive, 0, nullptr, size, &value), kAudioHardwareNotRunningError);
-    layer.RemovePropertyListener(ids[0], alive, &Count, &died);
+    EXPECT_EQ(Read(kept, alive, value), kAudioHardwareNotRunningError);
+    EXPECT_TRUE(Logged("System Audio Capture: lost the connection to the sound server; capture resumes when it is "
+                       "back."));
+
+    fServer.Restart();
+    ASSERT_TRUE(WaitFor([] { return Running(); }, 10s));
+    EXPECT_EQ(DeviceForUID("kept"), kept) << "the same device, restarted";
+    EXPECT_TRUE(WaitFor([&] { return died > 0; }, 10s)) << "what did not come back is gone";
+    EXPECT_EQ(DeviceForUID("dropped"), kAudioObjectUnknown);
+    EXPECT_TRUE(Logged("System Audio Capture: the sound server is back; capture carries on."));
+    AudioObjectRemovePropertyListener(dropped, &alive, &Count, &died);
+}
+
+TEST_F(PulseServerRestart, RunningIOCarriesOnAndTheChosenDefaultIsSetAgain) {
+    ASSERT_EQ(Write(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDefaultOutputDevice), DeviceForUID("kept")),
+              0);
+    std::vector<AudioUnit> units;
+    Heard heard;
+    AudioUnit unit = HALUnit(DeviceForUID("microphone"), heard, true, units);
+    ASSERT_EQ(AudioOutputUnitStart(unit), 0);
+    ASSERT_TRUE(WaitFor([&] { return heard.count >= 3; }, 10s));
+
+    fServer.Stop();
+    ASSERT_TRUE(WaitFor([] { return !Running(); }, 10s));
+    fServer.Restart();
+    const int atReturn = heard.count;
+    EXPECT_TRUE(WaitFor([&] { return heard.count >= atReturn + 10; }, 10s)) << "recording again";
+    EXPECT_TRUE(WaitFor(
+        [] {
+            AudioObjectID output = kAudioObjectUnknown;
+            return Read(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDefaultOutputDevice), output) == 0 &&
+                   output == DeviceForUID("kept");
+        },
+        10s));
+    AudioOutputUnitStop(unit);
+    AudioComponentInstanceDispose(unit);
 }
 
 } // namespace

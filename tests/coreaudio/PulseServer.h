@@ -29,7 +29,9 @@ inline constexpr bool kUnderThreadSanitizer = false;
 
 class PulseServer {
 public:
-    PulseServer() {
+    // `configuration`: lines the server reads at every start, after those
+    // that let the tests connect.
+    explicit PulseServer(const std::string& configuration = {}) {
         if (kUnderThreadSanitizer) {
             // The client library's threads and locks are not instrumented:
             // ThreadSanitizer reports its own initialisation as racing and
@@ -43,11 +45,32 @@ public:
             return;
         }
         fDirectory = pattern;
-        const std::string socket = fDirectory + "/native";
         std::ofstream(fDirectory + "/default.pa")
-            << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << socket << "\n";
-        fAddress = "unix:" + socket;
+            << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << Socket() << "\n"
+            << configuration;
+        fAddress = "unix:" + Socket();
+        Start();
+    }
 
+    // Starts it again, at the same address, with only the devices its
+    // configuration makes.
+    void Restart() {
+        Stop();
+        std::filesystem::remove(Socket());
+        Start();
+    }
+
+    ~PulseServer() {
+        Stop();
+        // Kept for its log when the server would not start.
+        if (!fDirectory.empty() && fUnavailable.empty()) std::filesystem::remove_all(fDirectory);
+    }
+
+private:
+    std::string Socket() const { return fDirectory + "/native"; }
+
+    void Start() {
+        const std::string socket = Socket();
         // Run as root (as in containers) it needs to be told it is no system
         // server, and that modules may be loaded.
         std::vector<std::string> args{"pulseaudio",       "-n",
@@ -81,11 +104,7 @@ public:
         if (!listening || exited) fUnavailable = "pulseaudio did not start; see its log in " + fDirectory;
     }
 
-    ~PulseServer() {
-        Stop();
-        // Kept for its log when the server would not start.
-        if (!fDirectory.empty() && fUnavailable.empty()) std::filesystem::remove_all(fDirectory);
-    }
+public:
 
     PulseServer(const PulseServer&) = delete;
     PulseServer& operator=(const PulseServer&) = delete;

@@ -3,6 +3,8 @@
 #include <pulse/volume.h>
 
 #include "CaptureDriver.h"
+#include "zTime.h"
+#include "zUserLogHistory.h"
 
 namespace qcp::coreaudio::pulse {
 namespace {
@@ -33,18 +35,86 @@ PulseDeviceInfo InfoOf(const Info& server, bool input) {
     return info;
 }
 
+constexpr int64_t kRetryMicros = 1'000'000;
+constexpr int kInformation = 0, kError = 1;
+constexpr auto kEvents =
+    static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
+                                        PA_SUBSCRIPTION_MASK_SERVER);
+
+void UserLog(int level, const char* text) {
+    zUserLogHistory::Default()->Add(level, std::string("System Audio Capture: ") + text);
+}
+
 } // namespace
 
-PulseAudioSystem::PulseAudioSystem(const std::string& server) {
-    const auto events = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
-                                                            PA_SUBSCRIPTION_MASK_SERVER);
-    if (!fConnection.Connect(server, this, events)) return;
+PulseAudioSystem::PulseAudioSystem(const std::string& server) : fServer(server) {
+    Connect();
+    fRetryThread = std::thread([this] { KeepConnecting(); });
+}
+
+PulseAudioSystem::~PulseAudioSystem() {
+    {
+        std::lock_guard lock(fRetryMutex);
+        fClosing = true;
+    }
+    fRetry.notify_all();
+    fRetryThread.join();
+}
+
+bool PulseAudioSystem::Connect() {
+    if (!fConnection.Connect(fServer, this, kEvents)) return false;
     const OSStatus status = fConnection.Run([this](pa_context* context) {
+        fHearingAll = true;
         PulseConnection::Forget(pa_context_get_sink_info_list(context, &OnSinkInfo, this));
         PulseConnection::Forget(pa_context_get_source_info_list(context, &OnSourceInfo, this));
         return pa_context_get_server_info(context, &OnServerInfo, this);
     });
-    fLoaded = status == kAudioHardwareNoError;
+    if (status != kAudioHardwareNoError) return false;
+    const bool returned = fLost.exchange(false);
+    fLoaded = true;
+    if (returned) {
+        Resume();
+        UserLog(kInformation, "the sound server is back; capture carries on.");
+    }
+    return true;
+}
+
+void PulseAudioSystem::Resume() {
+    std::vector<PulseRequest> defaults;
+    std::vector<std::pair<AudioObjectID, uint32_t>> revived;
+    {
+        std::lock_guard lock(fMutex);
+        for (const auto& [name, input] : {std::pair{fChosenSink, false}, std::pair{fChosenSource, true}}) {
+            const PulseDevice* device = name.empty() ? nullptr : fDevices.FindName(name);
+            const auto selector =
+                input ? kAudioHardwarePropertyDefaultInputDevice : kAudioHardwarePropertyDefaultOutputDevice;
+            if (device && device->info.input == input && fDevices.Default(selector) != device->id) {
+                PulseRequest request;
+                request.kind = input ? PulseRequest::Kind::DefaultSource : PulseRequest::Kind::DefaultSink;
+                request.input = input;
+                request.index = device->info.index;
+                request.name = name;
+                defaults.push_back(std::move(request));
+            }
+        }
+        for (const PulseDevice& device : fDevices.All()) revived.emplace_back(device.id, device.info.index);
+    }
+    for (const PulseRequest& request : defaults) Carry(request);
+    for (const auto& [id, index] : revived) {
+        if (PulseDeviceIO* io = IO(id)) io->Revive(index);
+    }
+}
+
+void PulseAudioSystem::KeepConnecting() {
+    std::unique_lock lock(fRetryMutex);
+    while (!fClosing) {
+        if (!IsRunning()) {
+            lock.unlock();
+            Connect();
+            lock.lock();
+        }
+        zTime::WaitUntil(fRetry, lock, zTime::MicroNow() + kRetryMicros, [this] { return fClosing; });
+    }
 }
 
 void PulseAudioSystem::OnEvent(pa_context* context, pa_subscription_event_type_t type, uint32_t index) {
@@ -72,14 +142,16 @@ void PulseAudioSystem::Ask(pa_context* context, bool input, uint32_t index) {
 }
 
 void PulseAudioSystem::OnLost() {
-    fLost = true;
-    Changes changes;
     {
+        // Kept, silent, until the server is back to say which are still there.
         std::lock_guard lock(fMutex);
-        fDevices.Clear(changes);
-        fDevices.SetDefaults({}, {}, changes);
+        fDevices.Suspend();
     }
-    fListeners.Notify(changes);
+    fLost = true;
+    fHeard.clear();
+    UserLog(kError, "lost the connection to the sound server; capture resumes when it is back.");
+    std::lock_guard lock(fRetryMutex);
+    fRetry.notify_all();
 }
 
 void PulseAudioSystem::OnSinkInfo(pa_context*, const pa_sink_info* info, int eol, void* self) {
@@ -104,10 +176,12 @@ void PulseAudioSystem::OnServerInfo(pa_context*, const pa_server_info* info, voi
             else
                 system->fDevices.Update(heard.info, changes);
         }
+        if (system->fHearingAll) system->fDevices.DropMissing(changes);
         if (info)
             system->fDevices.SetDefaults(info->default_sink_name ? info->default_sink_name : "",
                                          info->default_source_name ? info->default_source_name : "", changes);
     }
+    system->fHearingAll = false;
     system->fHeard.clear();
     system->fListeners.Notify(changes);
 }
@@ -155,7 +229,15 @@ OSStatus PulseAudioSystem::SetPropertyData(AudioObjectID object, const AudioObje
                                      PulseDevices::kMaxBufferFrameSize));
     }
     if (status != kAudioHardwareNoError || request.kind == PulseRequest::Kind::None) return status;
-    return Carry(request);
+    status = Carry(request);
+    if (status == kAudioHardwareNoError && request.kind == PulseRequest::Kind::DefaultSink) {
+        std::lock_guard lock(fMutex);
+        fChosenSink = request.name;
+    } else if (status == kAudioHardwareNoError && request.kind == PulseRequest::Kind::DefaultSource) {
+        std::lock_guard lock(fMutex);
+        fChosenSource = request.name;
+    }
+    return status;
 }
 
 OSStatus PulseAudioSystem::Carry(const PulseRequest& request) {

@@ -2,10 +2,12 @@
 #include <pulse/introspect.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "AudioDeviceLayer.h"
@@ -58,15 +60,21 @@ namespace qcp::coreaudio::pulse {
 // has one).
 //
 // Statuses: the server's errors map as StatusOf (PulseConnection.h) says.
-// When no server answers at construction, or once it has gone, every call
+// While no server answers (none at construction, or it went away) every call
 // answers kAudioHardwareNotRunningError (HasProperty false; StopDeviceIO
-// still stops); the layer does not reconnect. Aggregate devices are not
-// made.
+// still stops), and the layer tries to connect again every second on a
+// thread of its own. The user log says when the server went away and when
+// it is back. A server that comes back is the same system restarted, not new
+// hardware: its devices with the names they had keep their ids, and their
+// running I/O carries on; those it no longer has go as unplugged devices do.
+// The defaults this process last set are set again, since a restarted server
+// may have forgotten them. Aggregate devices are not made.
 class PulseAudioSystem final : public AudioDeviceLayer, private PulseConnection::Handler {
 public:
     // Connects to `server` (empty: the client library's lookup, PULSE_SERVER
     // first) and waits until it has heard the server's devices.
     explicit PulseAudioSystem(const std::string& server = {});
+    ~PulseAudioSystem() override;
 
     std::string_view Name() const override { return "pulse"; }
     bool HasProperty(AudioObjectID object, const AudioObjectPropertyAddress& address) override;
@@ -107,14 +115,28 @@ private:
     void Ask(pa_context* context, bool input, uint32_t index);
     // Has the server carry out a write, then hears its result. No lock held.
     OSStatus Carry(const PulseRequest& request);
+    // Connects and hears every device and the defaults; false when no server
+    // answers. Not on the loop's thread.
+    bool Connect();
+    // After a server came back: the defaults this process chose, and the
+    // I/O of the devices that are back.
+    void Resume();
+    // The retry thread.
+    void KeepConnecting();
     // A device's I/O, once it has been started; kept until the layer goes.
     PulseDeviceIO* IO(AudioObjectID device);
 
     mutable std::mutex fMutex;
     PulseDevices fDevices;     // under fMutex
     std::vector<Heard> fHeard; // the loop's thread only
+    bool fHearingAll = false;  // the loop's: the device lists asked for are whole
     std::atomic<bool> fLoaded{false};
     std::atomic<bool> fLost{false};
+    const std::string fServer;
+    std::string fChosenSink, fChosenSource; // under fMutex: what SetPropertyData set
+    std::mutex fRetryMutex;
+    std::condition_variable fRetry;
+    bool fClosing = false; // under fRetryMutex
     // Its thread is stopped before the devices it reads go away.
     PropertyListeners fListeners;
     // Its thread, which calls back into the layer, is stopped before the
@@ -123,6 +145,7 @@ private:
     // Before the connection they use: their threads are stopped first.
     std::mutex fIOMutex;
     std::map<AudioObjectID, std::unique_ptr<PulseDeviceIO>> fIO; // under fIOMutex
+    std::thread fRetryThread; // joined first, by the destructor
 };
 
 } // namespace qcp::coreaudio::pulse

@@ -74,7 +74,15 @@ void PulseConnection::Succeeded(pa_context*, int success, void* result) { *stati
 bool PulseConnection::Connect(const std::string& server, Handler* handler, pa_subscription_mask_t events) {
     {
         Lock lock(*this);
-        if (fContext) return false;
+        if (fContext) {
+            if (PA_CONTEXT_IS_GOOD(pa_context_get_state(fContext))) return false;
+            // Streams of the old one hold their own references to it.
+            pa_context_set_state_callback(fContext, nullptr, nullptr);
+            pa_context_set_subscribe_callback(fContext, nullptr, nullptr);
+            pa_context_unref(fContext);
+        }
+        fLost = false;
+        fHandler = nullptr;
         fContext = pa_context_new(pa_threaded_mainloop_get_api(fLoop), "qcp-coreaudio");
         pa_context_set_state_callback(fContext, &OnState, this);
         if (pa_context_connect(fContext, server.empty() ? nullptr : server.c_str(), PA_CONTEXT_NOAUTOSPAWN,

@@ -29,7 +29,8 @@ public:
     public:
         virtual ~Handler() = default;
         virtual void OnEvent(pa_context* context, pa_subscription_event_type_t type, uint32_t index) = 0;
-        // The connection failed or the server went away; it stays down.
+        // The connection failed or the server went away; it stays down
+        // until Connect succeeds again.
         virtual void OnLost() = 0;
     };
 
@@ -42,7 +43,9 @@ public:
     // Connects to `server` (empty: the client library's usual lookup, which
     // honours PULSE_SERVER) without spawning one, waiting until the server
     // answers or refuses; with a handler, subscribes it to `events`. False
-    // when no server could be reached; the connection then stays down.
+    // when no server could be reached, or the connection is up already. A
+    // connection that failed or was lost may connect again: operations and
+    // streams then work on the new one.
     bool Connect(const std::string& server, Handler* handler = nullptr,
                  pa_subscription_mask_t events = PA_SUBSCRIPTION_MASK_NULL);
     bool IsUp() const;

@@ -22,7 +22,7 @@ std::vector<UInt32> Layout(UInt32 channels, bool present) {
 
 PulseDeviceIO::PulseDeviceIO(PulseConnection& connection, AudioObjectID device, const PulseDeviceIOSetup& setup)
     : fConnection(connection), fDevice(device), fSetup(setup),
-      fFrames(std::clamp<UInt32>(setup.frames, 1, kMaxFrames)) {
+      fFrames(std::clamp<UInt32>(setup.frames, 1, kMaxFrames)), fIndex(setup.index) {
     fPending.resize(size_t{kPendingPeriods} * kMaxFrames * setup.channels);
     fInput.Allocate(Layout(setup.channels, setup.input), kMaxFrames);
     fMix.Allocate(Layout(setup.channels, !setup.input), kMaxFrames);
@@ -72,6 +72,13 @@ void PulseDeviceIO::Stop(AudioDeviceIOProc proc, void* clientData) {
 
 void PulseDeviceIO::Configure(UInt32 frames) { fFrames = std::clamp<UInt32>(frames, 1, kMaxFrames); }
 
+void PulseDeviceIO::Revive(uint32_t index) {
+    std::lock_guard lock(fMutex);
+    fIndex = index;
+    ++fRevivals;
+    fWake.notify_all();
+}
+
 bool PulseDeviceIO::CurrentTime(AudioTimeStamp& time) const {
     std::lock_guard lock(fClockMutex);
     if (!fRunning) return false;
@@ -95,22 +102,24 @@ void PulseDeviceIO::SetRunning(bool running) {
     fCycleMicros = zTime::MicroNow();
 }
 
-bool PulseDeviceIO::AwaitProcs(bool failed) {
+uint32_t PulseDeviceIO::AwaitProcs(bool failed) {
     std::unique_lock lock(fMutex);
-    const uint64_t starts = fStarts;
-    fWake.wait(lock, [&] { return fClosing || (Live() && (!failed || fStarts != starts)); });
-    return !fClosing;
+    const uint64_t starts = fStarts, revivals = fRevivals;
+    fWake.wait(lock, [&] {
+        return fClosing || (Live() && (!failed || fStarts != starts || fRevivals != revivals));
+    });
+    return fClosing ? PA_INVALID_INDEX : fIndex;
 }
 
 void PulseDeviceIO::Run() {
     tDeviceIO = this;
     bool failed = false;
     bool running = false;
-    while (AwaitProcs(failed)) {
+    for (uint32_t index; (index = AwaitProcs(failed)) != PA_INVALID_INDEX;) {
         bool up;
         {
             PulseConnection::Lock lock(fConnection);
-            up = fStream ? Usable() : Connect();
+            up = fStream ? Usable() : Connect(index);
         }
         if (up && !running) SetRunning(running = true);
         const UInt32 frames = fFrames;
@@ -133,7 +142,7 @@ void PulseDeviceIO::Run() {
     Disconnect();
 }
 
-bool PulseDeviceIO::Connect() {
+bool PulseDeviceIO::Connect(uint32_t index) {
     pa_context* context = fConnection.Context();
     if (!context || pa_context_get_state(context) != PA_CONTEXT_READY) return false;
     const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, static_cast<uint32_t>(fSetup.rate),
@@ -148,7 +157,7 @@ bool PulseDeviceIO::Connect() {
         static_cast<uint32_t>(-1);
     // By index, and never moved: the stream ends with its device rather than
     // following the defaults the chain itself changes.
-    const std::string device = std::to_string(fSetup.index);
+    const std::string device = std::to_string(index);
     const auto flags = static_cast<pa_stream_flags_t>(PA_STREAM_ADJUST_LATENCY | PA_STREAM_DONT_MOVE);
     int connected;
     if (fSetup.input) {

@@ -17,7 +17,7 @@ namespace qcp::coreaudio::pulse {
 // The server object a device's I/O runs on, as it was when I/O first began.
 struct PulseDeviceIOSetup {
     bool input = false;  // a source, recorded from; else a sink, played to
-    uint32_t index = 0;  // the server's: a device that comes back is another
+    uint32_t index = 0;  // the server's
     UInt32 channels = 0; // interleaved float32 at `rate`
     Float64 rate = 0;
     UInt32 frames = 0; // the buffer frame size
@@ -35,7 +35,8 @@ struct PulseDeviceIOSetup {
 // and CurrentTime may be called from any thread, Start and Stop also from a
 // proc. The thread makes the stream when the device begins to run and ends
 // it when no proc is left; while the stream cannot be made or has failed
-// (the device or the server went away) no cycle runs until the next Start.
+// (the device or the server went away) no cycle runs until the next Start,
+// or until the layer revives it when the server is back.
 // Procs run under the object's mutex, which only Start and Stop take, never
 // under the connection loop's lock; nothing on the thread allocates once
 // running.
@@ -57,6 +58,9 @@ public:
     void Stop(AudioDeviceIOProc proc, void* clientData);
     // A new buffer frame size, from the next cycle on.
     void Configure(UInt32 frames);
+    // The device is there again as the server's `index` (the server came
+    // back): a stream that failed is made again.
+    void Revive(uint32_t index);
     // Where the device's clock is now; false while no stream is up.
     bool CurrentTime(AudioTimeStamp& time) const;
 
@@ -71,12 +75,12 @@ private:
     void Run();
     bool Live() const; // fMutex held
     bool OnThisThread() const;
-    // Waits for a proc to run, or for another Start after a failure; false
-    // when closing.
-    bool AwaitProcs(bool failed);
+    // Waits for a proc to run, and after a failure for another Start or a
+    // Revive; the device's server index then, PA_INVALID_INDEX when closing.
+    uint32_t AwaitProcs(bool failed);
     void SetRunning(bool running);
     // With the loop's lock held.
-    bool Connect();
+    bool Connect(uint32_t index);
     void Disconnect();
     bool Usable() const;
     // Move one period between the stream and the buffers, waiting for the
@@ -102,7 +106,10 @@ private:
     std::mutex fMutex;
     std::condition_variable fWake;
     std::vector<Proc> fProcs;
-    uint64_t fStarts = 0; // Start calls so far: a failed stream is tried again on the next
+    // A failed stream is made again after the next Start or Revive.
+    uint64_t fStarts = 0;
+    uint64_t fRevivals = 0;
+    uint32_t fIndex; // the server's, of the device
 
     // The clock, apart so that a proc may read any device's time while
     // another device's procs run.

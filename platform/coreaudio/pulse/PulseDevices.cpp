@@ -51,8 +51,10 @@ bool PulseDevices::CanBeDefault(const PulseDevice& device, AudioObjectPropertySe
 
 void PulseDevices::Update(const PulseDeviceInfo& info, Changes& changes) {
     auto known = std::find_if(fDevices.begin(), fDevices.end(), [&info](const auto& device) {
-        return device.info.input == info.input && device.info.index == info.index;
+        return device.info.input == info.input &&
+               (device.missing ? device.info.name == info.name : device.info.index == info.index);
     });
+    if (known != fDevices.end()) known->missing = false;
     if (known == fDevices.end()) {
         PulseDevice device;
         device.id = fNextID++;
@@ -88,12 +90,15 @@ void PulseDevices::Update(const PulseDeviceInfo& info, Changes& changes) {
 
 void PulseDevices::Remove(bool input, uint32_t index, Changes& changes) {
     auto found = std::find_if(fDevices.begin(), fDevices.end(), [&](const auto& device) {
-        return device.info.input == input && device.info.index == index;
+        return !device.missing && device.info.input == input && device.info.index == index;
     });
-    if (found == fDevices.end()) return;
-    const AudioObjectID id = found->id;
-    const bool wasVisible = found->visible;
-    fDevices.erase(found);
+    if (found != fDevices.end()) Erase(found, changes);
+}
+
+void PulseDevices::Erase(std::vector<PulseDevice>::iterator device, Changes& changes) {
+    const AudioObjectID id = device->id;
+    const bool wasVisible = device->visible;
+    fDevices.erase(device);
     changes.push_back({id, Global(kAudioDevicePropertyDeviceIsAlive)});
     if (wasVisible) changes.push_back(SystemChange(kAudioHardwarePropertyDevices));
     ResolveDefaults(changes);
@@ -105,8 +110,15 @@ void PulseDevices::SetDefaults(std::string sink, std::string source, Changes& ch
     ResolveDefaults(changes);
 }
 
-void PulseDevices::Clear(Changes& changes) {
-    while (!fDevices.empty()) Remove(fDevices.back().info.input, fDevices.back().info.index, changes);
+void PulseDevices::Suspend() {
+    for (PulseDevice& device : fDevices) device.missing = true;
+}
+
+void PulseDevices::DropMissing(Changes& changes) {
+    const auto missing = [](const PulseDevice& device) { return device.missing; };
+    for (auto device = std::find_if(fDevices.begin(), fDevices.end(), missing); device != fDevices.end();
+         device = std::find_if(fDevices.begin(), fDevices.end(), missing))
+        Erase(device, changes);
 }
 
 void PulseDevices::ResolveDefaults(Changes& changes) {

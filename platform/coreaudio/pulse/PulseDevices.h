@@ -36,6 +36,7 @@ struct PulseDevice {
     bool captureDriver = false; // named with one of the driver's UIDs
     bool visible = true;
     bool canBeDefault = true;
+    bool missing = false; // the server went away; not heard of since
 };
 
 // The server's devices and defaults as last heard, with their ids. Not
@@ -66,14 +67,19 @@ public:
     void Remove(bool input, uint32_t index, Changes& changes);
     // The server's default sink and source names.
     void SetDefaults(std::string sink, std::string source, Changes& changes);
-    // The server went away: every device goes.
-    void Clear(Changes& changes);
+    // The server went away: every device is kept, as it was, until the
+    // server's list after it returns (ended by DropMissing) says whether it
+    // is back. One that is takes its new server index and keeps its id.
+    void Suspend();
+    // The devices the returned server did not list go.
+    void DropMissing(Changes& changes);
     // Layer-kept values, settable through properties.
     void SetBufferFrameSize(PulseDevice& device, UInt32 frames, const AudioObjectPropertyAddress& address,
                             Changes& changes);
     void SetDriverFlag(PulseDevice& device, AudioObjectPropertySelector selector, bool value, Changes& changes);
 
 private:
+    void Erase(std::vector<PulseDevice>::iterator device, Changes& changes);
     // Publishes the defaults that now name other devices.
     void ResolveDefaults(Changes& changes);
 
