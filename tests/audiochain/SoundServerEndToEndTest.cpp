@@ -25,6 +25,7 @@
 #include "QCP_API.h"
 #include "SimPlatform.h"
 #include "WaitFor.h"
+#include "zUserLogHistory.h"
 
 extern char** environ;
 
@@ -133,6 +134,11 @@ protected:
         unsetenv("PULSE_SERVER");
         if (!fDirectory.empty()) fs::remove_all(fDirectory);
     }
+    static bool Logged(const std::string& text) {
+        for (const auto& entry : zUserLogHistory::Default()->Entries())
+            if (entry.text == text) return true;
+        return false;
+    }
     static fs::path Resources() { return fs::read_symlink("/proc/self/exe").parent_path() / "Resources"; }
     static std::string DefaultOutputUID() {
         AudioObjectID device = kAudioObjectUnknown;
@@ -215,6 +221,35 @@ TEST_F(SoundServerEndToEnd, RoutingLeftByAHostKilledMidCaptureIsRepairedAtTheNex
     ASSERT_TRUE(Shell("pactl get-default-sink | grep -qx " kCaptureDriverPlayedIntoUID)) << "left on the driver";
     Start();
     EXPECT_EQ(DefaultOutputUID(), "speakers");
+}
+
+TEST_F(SoundServerEndToEnd, CaptureResumesWhenTheServerComesBack) {
+    // Restarted, the server loads what this user's configuration says: the
+    // speakers, and the driver as its installer left it there.
+    std::ifstream installed(fDirectory / "config" / "pulse" / "default.pa");
+    std::string configuration = "load-module module-null-sink sink_name=speakers rate=44100\n";
+    for (std::string line; std::getline(installed, line);)
+        if (line.rfind("load-module", 0) == 0) configuration += line + "\n";
+    fServer.Configure(configuration);
+    Start();
+    HostAudio host;
+    QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, &host);
+    ASSERT_TRUE(WaitFor([] { return DefaultOutputUID() == kCaptureDriverPlayedIntoUID; }, 10s));
+    ASSERT_TRUE(WaitFor([&] { return host.Packets() >= 5; }, 10s));
+
+    fServer.Stop();
+    const std::string lost =
+        "System Audio Capture: lost the connection to the sound server; capture resumes when it is back.";
+    EXPECT_TRUE(WaitFor([&] { return Logged(lost); }, 10s));
+    fServer.Restart();
+    ASSERT_TRUE(WaitFor([] { return DefaultOutputUID() == kCaptureDriverPlayedIntoUID; }, 10s))
+        << "what the system plays goes to the capture driver again";
+    const auto tone = Play(550);
+    const int resumed = host.Packets();
+    ASSERT_TRUE(WaitFor([&] { return host.Packets() >= resumed + 40; }, 20s)) << "packets again";
+    EXPECT_NEAR(Frequency(host.Last(0.5), 48000), 550, 1);
+    QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, nullptr);
+    EXPECT_TRUE(WaitFor([] { return DefaultOutputUID() == "speakers"; }, 10s)) << "routing restored";
 }
 
 } // namespace

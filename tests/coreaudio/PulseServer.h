@@ -52,6 +52,10 @@ public:
         Start();
     }
 
+    // More lines for the configuration, read from the next start on.
+    void Configure(const std::string& lines) {
+        std::ofstream(fDirectory + "/default.pa", std::ios::app) << lines;
+    }
     // Starts it again, at the same address, with only the devices its
     // configuration makes.
     void Restart() {
