@@ -11,6 +11,10 @@
 // and hand everything else to the installed layer, which trusts them.
 namespace qcp::coreaudio {
 
+// The bundle id the CoreAudio plug-in object (which makes aggregate devices)
+// is looked up by.
+inline constexpr const char* kCoreAudioPlugInBundleID = "com.apple.audio.CoreAudio";
+
 // Every call may come from any thread, at the same time as any other, and is
 // answered synchronously with the status CoreAudio would give:
 // kAudioHardwareBadObjectError for an id that names no object (also a device

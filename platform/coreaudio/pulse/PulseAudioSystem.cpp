@@ -3,6 +3,7 @@
 #include <pulse/volume.h>
 
 #include "CaptureDriver.h"
+#include "PulseAggregates.h"
 #include "zTime.h"
 #include "zUserLogHistory.h"
 
@@ -32,6 +33,8 @@ PulseDeviceInfo InfoOf(const Info& server, bool input) {
     info.latencyMicros = server.configured_latency;
     const char* version = server.proplist ? pa_proplist_gets(server.proplist, kDriverVersionProperty) : nullptr;
     info.driverVersion = version ? version : "";
+    info.module = server.owner_module;
+    info.aggregate = !input && server.driver && std::string_view(server.driver) == "module-combine-sink.c";
     return info;
 }
 
@@ -207,6 +210,12 @@ OSStatus PulseAudioSystem::GetPropertyDataSize(AudioObjectID object, const Audio
 
 OSStatus PulseAudioSystem::GetPropertyData(AudioObjectID object, const AudioObjectPropertyAddress& address,
                                            UInt32 qualifierSize, const void* qualifier, UInt32& size, void* data) {
+    if (IsAggregateAction(object, address)) {
+        if (!IsRunning()) return kAudioHardwareNotRunningError;
+        return address.mSelector == kAudioPlugInCreateAggregateDevice
+                   ? CreateAggregate(qualifierSize, qualifier, size, data)
+                   : DestroyAggregate(size, data);
+    }
     std::lock_guard lock(fMutex);
     if (!IsRunning()) return kAudioHardwareNotRunningError;
     return pulse::GetPropertyData(fDevices, object, address, qualifierSize, qualifier, size, data);
@@ -229,6 +238,7 @@ OSStatus PulseAudioSystem::SetPropertyData(AudioObjectID object, const AudioObje
                                      PulseDevices::kMaxBufferFrameSize));
     }
     if (status != kAudioHardwareNoError || request.kind == PulseRequest::Kind::None) return status;
+    if (request.kind == PulseRequest::Kind::SubDevices) return SetSubDevices(request);
     status = Carry(request);
     if (status == kAudioHardwareNoError && request.kind == PulseRequest::Kind::DefaultSink) {
         std::lock_guard lock(fMutex);
@@ -258,6 +268,7 @@ OSStatus PulseAudioSystem::Carry(const PulseRequest& request) {
         case PulseRequest::Kind::Mute:
             return pa_context_set_sink_mute_by_index(context, request.index, request.mute,
                                                      &PulseConnection::Succeeded, result);
+        case PulseRequest::Kind::SubDevices:
         case PulseRequest::Kind::None: break;
         }
         return nullptr;

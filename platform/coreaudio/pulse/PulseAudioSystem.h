@@ -31,8 +31,9 @@ namespace qcp::coreaudio::pulse {
 // server's name for it, its name the description, its streams' channels
 // those of its channel map, its nominal rate that of its sample spec; the
 // rate can be "set" only to what it is, since the server picks rates. The
-// buffer frame size starts from the configured latency (512 frames when the
-// server has none) and is kept by the layer, within 32..4096 frames. A
+// buffer frame size starts at 512 frames, as a hardware device's would, or
+// at the configured latency when that is shorter, and is kept by the layer,
+// within 32..4096 frames. A
 // sink's volume (the channels' average, linear) and mute, in output scope,
 // are the server's and settable. The default output and system output
 // devices are both the default sink, the default input device the default
@@ -68,7 +69,8 @@ namespace qcp::coreaudio::pulse {
 // hardware: its devices with the names they had keep their ids, and their
 // running I/O carries on; those it no longer has go as unplugged devices do.
 // The defaults this process last set are set again, since a restarted server
-// may have forgotten them. Aggregate devices are not made.
+// may have forgotten them. Aggregate devices are combine sinks, as
+// PulseAggregates.h says.
 class PulseAudioSystem final : public AudioDeviceLayer, private PulseConnection::Handler {
 public:
     // Connects to `server` (empty: the client library's lookup, PULSE_SERVER
@@ -125,6 +127,14 @@ private:
     void KeepConnecting();
     // A device's I/O, once it has been started; kept until the layer goes.
     PulseDeviceIO* IO(AudioObjectID device);
+    // Aggregates (PulseAggregates.cpp), with no lock held.
+    OSStatus CreateAggregate(UInt32 qualifierSize, const void* qualifier, UInt32 size, void* data);
+    OSStatus DestroyAggregate(UInt32 size, const void* data);
+    OSStatus SetSubDevices(const PulseRequest& request);
+    OSStatus LoadModule(const char* name, const std::string& arguments);
+    OSStatus UnloadModule(uint32_t module);
+    // Hears a sink by name, and the defaults, before answering.
+    OSStatus HearSink(const std::string& name);
 
     mutable std::mutex fMutex;
     PulseDevices fDevices;     // under fMutex

@@ -14,10 +14,13 @@ AudioObjectPropertyAddress Global(AudioObjectPropertySelector selector) {
 
 Change SystemChange(AudioObjectPropertySelector selector) { return {kAudioObjectSystemObject, Global(selector)}; }
 
+// A device period as short as a hardware device's, or the server's own when
+// it is shorter: null sinks configure seconds, and the capture chain hands
+// on at most one packet per period of what it records.
 UInt32 FramesOf(const PulseDeviceInfo& info) {
     if (info.latencyMicros == 0 || info.rate <= 0) return PulseDevices::kDefaultBufferFrameSize;
     const auto frames = static_cast<UInt32>(std::lround(double(info.latencyMicros) * info.rate / 1e6));
-    return std::clamp(frames, PulseDevices::kMinBufferFrameSize, PulseDevices::kMaxBufferFrameSize);
+    return std::clamp(frames, PulseDevices::kMinBufferFrameSize, PulseDevices::kDefaultBufferFrameSize);
 }
 
 } // namespace
@@ -54,7 +57,12 @@ void PulseDevices::Update(const PulseDeviceInfo& info, Changes& changes) {
         return device.info.input == info.input &&
                (device.missing ? device.info.name == info.name : device.info.index == info.index);
     });
-    if (known != fDevices.end()) known->missing = false;
+    if (known != fDevices.end() && known->missing) {
+        // A late answer about what is being remade, on its way out.
+        if (known->remadeFrom == info.index) return;
+        known->missing = false;
+        known->remadeFrom = PA_INVALID_INDEX;
+    }
     if (known == fDevices.end()) {
         PulseDevice device;
         device.id = fNextID++;
@@ -112,6 +120,18 @@ void PulseDevices::SetDefaults(std::string sink, std::string source, Changes& ch
 
 void PulseDevices::Suspend() {
     for (PulseDevice& device : fDevices) device.missing = true;
+}
+
+void PulseDevices::Remake(AudioObjectID id) {
+    if (PulseDevice* device = Find(id)) {
+        device->missing = true;
+        device->remadeFrom = device->info.index;
+    }
+}
+
+void PulseDevices::Forget(AudioObjectID id, Changes& changes) {
+    auto found = std::find_if(fDevices.begin(), fDevices.end(), [id](const auto& device) { return device.id == id; });
+    if (found != fDevices.end()) Erase(found, changes);
 }
 
 void PulseDevices::DropMissing(Changes& changes) {

@@ -1,4 +1,5 @@
 #pragma once
+#include <pulse/def.h>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,6 +25,8 @@ struct PulseDeviceInfo {
     bool mute = false;
     uint64_t latencyMicros = 0; // as configured; 0 when the server has none yet
     std::string driverVersion;  // the proplist's qcp.driver.version
+    uint32_t module = 0;        // the module that made it
+    bool aggregate = false;     // a combine sink
 };
 
 // A device as the layer shows it: the server's state, and what the layer
@@ -36,7 +39,9 @@ struct PulseDevice {
     bool captureDriver = false; // named with one of the driver's UIDs
     bool visible = true;
     bool canBeDefault = true;
-    bool missing = false; // the server went away; not heard of since
+    bool missing = false; // the server went away, or it is being remade; not heard of since
+    uint32_t remadeFrom = PA_INVALID_INDEX; // while remade: the server index it had
+    std::vector<std::string> subDevices; // an aggregate's, as last set
 };
 
 // The server's devices and defaults as last heard, with their ids. Not
@@ -73,6 +78,11 @@ public:
     void Suspend();
     // The devices the returned server did not list go.
     void DropMissing(Changes& changes);
+    // One device is about to be remade by the server under the same name:
+    // the next of that name heard is it, with its id.
+    void Remake(AudioObjectID id);
+    // One device went, heard or not.
+    void Forget(AudioObjectID id, Changes& changes);
     // Layer-kept values, settable through properties.
     void SetBufferFrameSize(PulseDevice& device, UInt32 frames, const AudioObjectPropertyAddress& address,
                             Changes& changes);

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "AudioDeviceLayer.h"
 #include "CaptureDriver.h"
+#include "PulseAggregates.h"
 #include "CoreFoundation/CoreFoundation.h"
 
 namespace qcp::coreaudio::pulse {
@@ -17,6 +19,8 @@ enum class Kind {
     String,      // a CFStringRef of `text`
     Boolean,     // a CFBooleanRef of `flag`
     Translation, // an AudioValueTranslation of a UID into a device id
+    StringArray, // a CFArrayRef of CFStrings of `texts`
+    Action,      // an AudioObjectID in and out: the layer carries it out
 };
 
 struct Value {
@@ -25,6 +29,7 @@ struct Value {
     std::vector<UInt8> bytes;
     UInt32 itemSize = 1;
     std::string text;
+    std::vector<std::string> texts;
     bool flag = false;
     bool settable = false;
 };
@@ -99,7 +104,8 @@ Value DescribeSystem(const PulseDevices& devices, const AudioObjectPropertyAddre
     case kAudioHardwarePropertyDefaultOutputDevice:
     case kAudioHardwarePropertyDefaultSystemOutputDevice:
     case kAudioHardwarePropertyDefaultInputDevice: return Fixed(devices.Default(address.mSelector), true);
-    case kAudioHardwarePropertyDeviceForUID: return Of(Kind::Translation);
+    case kAudioHardwarePropertyDeviceForUID:
+    case kAudioHardwarePropertyPlugInForBundleID: return Of(Kind::Translation);
     case kAudioHardwarePropertyTranslateUIDToDevice: {
         if (qualifierSize != sizeof(CFStringRef) || !qualifier) return Fail(kAudioHardwareBadPropertySizeError);
         const PulseDevice* device = devices.FindName(TextOf(*static_cast<const CFStringRef*>(qualifier)));
@@ -152,6 +158,12 @@ Value DescribeDevice(const PulseDevice& device, const AudioObjectPropertyAddress
     case kCaptureDriverPropertyCanBeDefault:
         return device.captureDriver ? Of(Kind::Boolean, {}, device.canBeDefault, true) : Unknown();
     case kCaptureDriverPropertyVersion: return device.captureDriver ? Of(Kind::String, info.driverVersion) : Unknown();
+    case kAudioAggregateDevicePropertyFullSubDeviceList: {
+        if (!info.aggregate) return Unknown();
+        Value value = Of(Kind::StringArray, {}, false, true);
+        value.texts = device.subDevices;
+        return value;
+    }
     default: return Unknown();
     }
 }
@@ -170,6 +182,7 @@ Value DescribeStream(const PulseDevice& device, const AudioObjectPropertyAddress
 Value Describe(const PulseDevices& devices, AudioObjectID object, const AudioObjectPropertyAddress& address,
                UInt32 qualifierSize, const void* qualifier) {
     if (object == kAudioObjectSystemObject) return DescribeSystem(devices, address, qualifierSize, qualifier);
+    if (object == kPlugInID) return IsAggregateAction(object, address) ? Of(Kind::Action) : Unknown();
     if (const PulseDevice* device = devices.Find(object)) return DescribeDevice(*device, address);
     if (const PulseDevice* device = devices.FindStream(object)) return DescribeStream(*device, address);
     return Fail(kAudioHardwareBadObjectError);
@@ -181,23 +194,51 @@ UInt32 SizeOf(const Value& value) {
     case Kind::List:
     case Kind::Text: return static_cast<UInt32>(value.bytes.size());
     case Kind::String:
-    case Kind::Boolean: return sizeof(CFTypeRef);
+    case Kind::Boolean:
+    case Kind::StringArray: return sizeof(CFTypeRef);
     case Kind::Translation: return sizeof(AudioValueTranslation);
+    case Kind::Action: return sizeof(AudioObjectID);
     }
     return 0;
 }
 
-OSStatus Translate(const PulseDevices& devices, UInt32 size, void* data) {
+OSStatus Translate(const PulseDevices& devices, AudioObjectPropertySelector selector, UInt32 size, void* data) {
     if (size != sizeof(AudioValueTranslation)) return kAudioHardwareBadPropertySizeError;
     AudioValueTranslation translation;
     std::memcpy(&translation, data, sizeof translation);
     if (translation.mInputDataSize != sizeof(CFStringRef) || translation.mOutputDataSize != sizeof(AudioObjectID) ||
         !translation.mInputData || !translation.mOutputData)
         return kAudioHardwareBadPropertySizeError;
-    const PulseDevice* device = devices.FindName(TextOf(*static_cast<const CFStringRef*>(translation.mInputData)));
-    const AudioObjectID id = device ? device->id : AudioObjectID{kAudioObjectUnknown};
+    const std::string key = TextOf(*static_cast<const CFStringRef*>(translation.mInputData));
+    AudioObjectID id = kAudioObjectUnknown;
+    if (selector == kAudioHardwarePropertyPlugInForBundleID) {
+        if (key == kCoreAudioPlugInBundleID) id = kPlugInID;
+    } else if (const PulseDevice* device = devices.FindName(key)) {
+        id = device->id;
+    }
     std::memcpy(translation.mOutputData, &id, sizeof id);
     return kAudioHardwareNoError;
+}
+
+CFStringRef MakeString(const std::string& text) {
+    return CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8);
+}
+
+// A value of a CF kind, owned by the caller.
+CFTypeRef MakeObject(const Value& value) {
+    switch (value.kind) {
+    case Kind::Boolean: return value.flag ? kCFBooleanTrue : kCFBooleanFalse;
+    case Kind::String: return MakeString(value.text);
+    default: {
+        CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
+        for (const auto& text : value.texts) {
+            const CFStringRef string = MakeString(text);
+            CFArrayAppendValue(array, string);
+            CFRelease(string);
+        }
+        return array;
+    }
+    }
 }
 
 OSStatus SetDevice(PulseDevices& devices, PulseDevice& device, const AudioObjectPropertyAddress& address,
@@ -239,6 +280,11 @@ OSStatus SetDevice(PulseDevices& devices, PulseDevice& device, const AudioObject
         devices.SetDriverFlag(device, address.mSelector, CFBooleanGetValue(flag), changes);
         return kAudioHardwareNoError;
     }
+    case kAudioAggregateDevicePropertyFullSubDeviceList:
+        if (!StringsOf(data, request.subDevices)) return kAudioHardwareIllegalOperationError;
+        request.kind = PulseRequest::Kind::SubDevices;
+        request.device = device.id;
+        return kAudioHardwareNoError;
     default: return kAudioHardwareIllegalOperationError;
     }
 }
@@ -270,7 +316,9 @@ OSStatus GetPropertyData(const PulseDevices& devices, AudioObjectID object, cons
     if (value.status != kAudioHardwareNoError) return value.status;
     const UInt32 whole = SizeOf(value);
     switch (value.kind) {
-    case Kind::Translation: return Translate(devices, size, data);
+    case Kind::Translation: return Translate(devices, address.mSelector, size, data);
+    // Carried out by the layer, which has the server.
+    case Kind::Action: return kAudioHardwareUnsupportedOperationError;
     case Kind::List: size = std::min(whole, size / value.itemSize * value.itemSize); break;
     case Kind::Text:
         if (size == 0) return kAudioHardwareBadPropertySizeError;
@@ -283,11 +331,8 @@ OSStatus GetPropertyData(const PulseDevices& devices, AudioObjectID object, cons
         size = whole;
         break;
     }
-    if (value.kind == Kind::String || value.kind == Kind::Boolean) {
-        const CFTypeRef made =
-            value.kind == Kind::Boolean
-                ? CFTypeRef(value.flag ? kCFBooleanTrue : kCFBooleanFalse)
-                : CFTypeRef(CFStringCreateWithCString(kCFAllocatorDefault, value.text.c_str(), kCFStringEncodingUTF8));
+    if (value.kind == Kind::String || value.kind == Kind::Boolean || value.kind == Kind::StringArray) {
+        const CFTypeRef made = MakeObject(value);
         std::memcpy(data, &made, sizeof made);
         return kAudioHardwareNoError;
     }

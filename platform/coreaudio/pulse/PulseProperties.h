@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include <vector>
 
 #include "PulseDevices.h"
 
@@ -11,7 +12,7 @@ namespace qcp::coreaudio::pulse {
 
 // A write for the server.
 struct PulseRequest {
-    enum class Kind { None, DefaultSink, DefaultSource, Volume, Mute };
+    enum class Kind { None, DefaultSink, DefaultSource, Volume, Mute, SubDevices };
     Kind kind = Kind::None;
     bool input = false;
     uint32_t index = 0; // the device's, on the server
@@ -19,6 +20,8 @@ struct PulseRequest {
     UInt32 channels = 0;
     Float32 volume = 0;
     bool mute = false;
+    AudioObjectID device = kAudioObjectUnknown; // an aggregate's, for its sub-devices
+    std::vector<std::string> subDevices;
 };
 
 bool HasProperty(const PulseDevices& devices, AudioObjectID object, const AudioObjectPropertyAddress& address);

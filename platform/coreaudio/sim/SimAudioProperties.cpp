@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "AudioDeviceLayer.h"
 #include "CaptureDriver.h"
 #include "CoreFoundation/CoreFoundation.h"
 
 namespace qcp::coreaudio::sim {
 namespace {
-
-constexpr const char* kCoreAudioBundleID = "com.apple.audio.CoreAudio";
 
 // What an address answers, before any size is looked at.
 enum class Kind {
@@ -252,7 +251,7 @@ OSStatus Translate(const SimAudioState& state, AudioObjectPropertySelector selec
     const std::string key = TextOf(*static_cast<const CFStringRef*>(translation.mInputData));
     AudioObjectID id = kAudioObjectUnknown;
     if (selector == kAudioHardwarePropertyPlugInForBundleID) {
-        if (key == kCoreAudioBundleID) id = state.PlugIn();
+        if (key == kCoreAudioPlugInBundleID) id = state.PlugIn();
     } else if (const SimAudioDevice* device = state.FindUID(key)) {
         id = device->id;
     }

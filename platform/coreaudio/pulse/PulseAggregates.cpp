@@ -1,0 +1,168 @@
+#include "PulseAggregates.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "CoreFoundation/CoreFoundation.h"
+#include "PulseAudioSystem.h"
+
+namespace qcp::coreaudio::pulse {
+namespace {
+
+std::string TextOf(CFTypeRef string) {
+    if (!string || CFGetTypeID(string) != CFStringGetTypeID()) return {};
+    const char* text = CFStringGetCStringPtr(static_cast<CFStringRef>(string), kCFStringEncodingUTF8);
+    return text ? text : "";
+}
+
+std::string Lookup(CFDictionaryRef dictionary, const char* key) {
+    const CFStringRef name = CFStringCreateWithCString(kCFAllocatorDefault, key, kCFStringEncodingUTF8);
+    std::string text = TextOf(CFDictionaryGetValue(dictionary, name));
+    CFRelease(name);
+    return text;
+}
+
+} // namespace
+
+AggregateDescription DescriptionOf(UInt32 qualifierSize, const void* qualifier) {
+    if (qualifierSize != sizeof(CFDictionaryRef) || !qualifier) return {};
+    CFDictionaryRef dictionary;
+    std::memcpy(&dictionary, qualifier, sizeof dictionary);
+    if (!dictionary || CFGetTypeID(dictionary) != CFDictionaryGetTypeID()) return {};
+    return {Lookup(dictionary, kAudioAggregateDeviceUIDKey), Lookup(dictionary, kAudioAggregateDeviceNameKey)};
+}
+
+bool IsAggregateAction(AudioObjectID object, const AudioObjectPropertyAddress& address) {
+    return object == kPlugInID && address.mElement == kAudioObjectPropertyElementMain &&
+           (address.mSelector == kAudioPlugInCreateAggregateDevice ||
+            address.mSelector == kAudioPlugInDestroyAggregateDevice);
+}
+
+bool StringsOf(const void* data, std::vector<std::string>& strings) {
+    CFArrayRef array;
+    std::memcpy(&array, data, sizeof array);
+    if (!array || CFGetTypeID(array) != CFArrayGetTypeID()) return false;
+    strings.clear();
+    for (CFIndex i = 0; i < CFArrayGetCount(array); ++i) strings.push_back(TextOf(CFArrayGetValueAtIndex(array, i)));
+    return true;
+}
+
+std::string CombineSinkArguments(const AggregateDescription& description, const std::vector<std::string>& sinks) {
+    // The module's parser ends a quoted value at its quote.
+    std::string name = description.name.empty() ? description.uid : description.name;
+    std::replace_if(name.begin(), name.end(), [](char c) { return c == '"' || c == '\'' || c == '\\'; }, ' ');
+    std::string arguments = "sink_name=" + description.uid + " sink_properties='device.description=\"" + name + "\"'";
+    if (!sinks.empty()) {
+        arguments += " slaves=";
+        for (size_t i = 0; i < sinks.size(); ++i) arguments += (i ? "," : "") + sinks[i];
+    }
+    return arguments;
+}
+
+} // namespace qcp::coreaudio::pulse
+
+// The layer's side: PulseAudioSystem's aggregate operations.
+namespace qcp::coreaudio::pulse {
+
+OSStatus PulseAudioSystem::LoadModule(const char* name, const std::string& arguments) {
+    uint32_t module = PA_INVALID_INDEX;
+    const OSStatus status = fConnection.Run([&](pa_context* context) {
+        return pa_context_load_module(
+            context, name, arguments.c_str(),
+            [](pa_context*, uint32_t index, void* result) { *static_cast<uint32_t*>(result) = index; }, &module);
+    });
+    if (status != kAudioHardwareNoError) return status;
+    return module == PA_INVALID_INDEX ? kAudioHardwareIllegalOperationError : kAudioHardwareNoError;
+}
+
+OSStatus PulseAudioSystem::UnloadModule(uint32_t module) {
+    int succeeded = 0;
+    const OSStatus status = fConnection.Run([&](pa_context* context) {
+        return pa_context_unload_module(context, module, &PulseConnection::Succeeded, &succeeded);
+    });
+    if (status != kAudioHardwareNoError) return status;
+    return succeeded ? kAudioHardwareNoError : fConnection.LastError();
+}
+
+OSStatus PulseAudioSystem::HearSink(const std::string& name) {
+    return fConnection.Run([&](pa_context* context) {
+        PulseConnection::Forget(pa_context_get_sink_info_by_name(context, name.c_str(), &OnSinkInfo, this));
+        return pa_context_get_server_info(context, &OnServerInfo, this);
+    });
+}
+
+OSStatus PulseAudioSystem::CreateAggregate(UInt32 qualifierSize, const void* qualifier, UInt32 size, void* data) {
+    if (size != sizeof(AudioObjectID)) return kAudioHardwareBadPropertySizeError;
+    const AggregateDescription description = DescriptionOf(qualifierSize, qualifier);
+    if (description.uid.empty()) return kAudioHardwareIllegalOperationError;
+    {
+        // The UID is another device's.
+        std::lock_guard lock(fMutex);
+        if (fDevices.FindName(description.uid)) return kAudioHardwareIllegalOperationError;
+    }
+    if (const OSStatus status = LoadModule("module-combine-sink", CombineSinkArguments(description, {}))) return status;
+    if (const OSStatus status = HearSink(description.uid)) return status;
+    std::lock_guard lock(fMutex);
+    const PulseDevice* device = fDevices.FindName(description.uid);
+    if (!device) return kAudioHardwareUnspecifiedError;
+    std::memcpy(data, &device->id, sizeof device->id);
+    return kAudioHardwareNoError;
+}
+
+OSStatus PulseAudioSystem::DestroyAggregate(UInt32 size, const void* data) {
+    if (size != sizeof(AudioObjectID)) return kAudioHardwareBadPropertySizeError;
+    AudioObjectID id;
+    std::memcpy(&id, data, sizeof id);
+    uint32_t module;
+    {
+        std::lock_guard lock(fMutex);
+        const PulseDevice* device = fDevices.Find(id);
+        if (!device || !device->info.aggregate) return kAudioHardwareBadDeviceError;
+        module = device->info.module;
+    }
+    if (const OSStatus status = UnloadModule(module)) return status;
+    Changes changes;
+    {
+        std::lock_guard lock(fMutex);
+        fDevices.Forget(id, changes);
+    }
+    fListeners.Notify(changes);
+    return kAudioHardwareNoError;
+}
+
+OSStatus PulseAudioSystem::SetSubDevices(const PulseRequest& request) {
+    AggregateDescription description;
+    uint32_t module;
+    {
+        std::lock_guard lock(fMutex);
+        PulseDevice* device = fDevices.Find(request.device);
+        if (!device) return kAudioHardwareBadDeviceError;
+        // Sub-devices are sinks, by UID.
+        for (const std::string& uid : request.subDevices) {
+            const PulseDevice* sub = fDevices.FindName(uid);
+            if (!sub || sub->info.input || sub->id == device->id) return kAudioHardwareIllegalOperationError;
+        }
+        description = {device->info.name, device->info.description};
+        module = device->info.module;
+        device->subDevices = request.subDevices;
+        // The module is made again with them: the same device to its users.
+        fDevices.Remake(device->id);
+    }
+    OSStatus status = UnloadModule(module);
+    if (status == kAudioHardwareNoError)
+        status = LoadModule("module-combine-sink", CombineSinkArguments(description, request.subDevices));
+    // Heard whatever happened: remade, still there, or gone.
+    const OSStatus heard = HearSink(description.uid);
+    if (status == kAudioHardwareNoError) status = heard;
+    Changes changes;
+    {
+        // Not heard again: it went with its module.
+        std::lock_guard lock(fMutex);
+        const PulseDevice* device = fDevices.Find(request.device);
+        if (device && device->missing) fDevices.Forget(request.device, changes);
+    }
+    fListeners.Notify(changes);
+    return status;
+}
+
+} // namespace qcp::coreaudio::pulse
