@@ -145,6 +145,25 @@ TEST_F(DriverCommand, ComparesVersionsNumerically) {
     }
 }
 
+TEST_F(DriverCommand, InstallReplacesAnOutdatedDriver) {
+    // As an earlier release installed it: loaded, and made to last.
+    Pactl(std::string("load-module module-null-sink sink_name=") + kPlayedInto +
+          " sink_properties=qcp.driver.version=1.0.2");
+    std::filesystem::create_directories(Config() + "/pulse");
+    std::ofstream(Config() + "/pulse/default.pa")
+        << kMark << "\nload-module module-null-sink sink_name=" << kPlayedInto
+        << "\n### qcp audio capture driver end\n";
+    ASSERT_EQ(Driver("status").status, 5);
+
+    const HostRun install = Driver("install");
+    EXPECT_EQ(install.status, 0) << install.err;
+    const HostRun status = Driver("status");
+    EXPECT_EQ(status.status, 0) << status.out;
+    EXPECT_EQ(Count(Pactl("list short modules"), std::string("sink_name=") + kPlayedInto), 1u);
+    EXPECT_EQ(Count(PulseConfig(), kMark), 1u) << PulseConfig();
+    EXPECT_NE(PulseConfig().find("qcp.driver.version=1.0.3"), std::string::npos) << PulseConfig();
+}
+
 TEST(DriverCommandWithoutServer, SaysSoInOneLine) {
     if (!HasPactl()) GTEST_SKIP() << "pactl is not installed";
     TempDirectory home;

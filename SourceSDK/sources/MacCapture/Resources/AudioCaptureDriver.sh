@@ -39,3 +39,15 @@ PIPEWIRE_CONFIG="${XDG_CONFIG_HOME:-$HOME/.config}/pipewire/pipewire-pulse.conf.
 module_naming() {
     pactl list short modules | awk -v name="$1" 'index($0, name) { print $1; exit }'
 }
+
+# pactl translates its labels; they are read here in English.
+LC_ALL=C
+export LC_ALL
+
+# The version the device played into carries; empty without one.
+installed_version() {
+    pactl list sinks | awk -v name="$PLAYED_INTO" '
+        /^Sink #/ { mine = 0 }
+        $1 == "Name:" { mine = $2 == name }
+        mine && $1 == "qcp.driver.version" { sub(/^[^=]*= */, ""); gsub(/"/, ""); print; exit }'
+}

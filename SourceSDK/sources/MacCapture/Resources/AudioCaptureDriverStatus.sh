@@ -8,21 +8,9 @@ set -eu
 . "$(dirname "$0")/AudioCaptureDriver.sh"
 require_server
 
-# pactl translates its labels; they are read here in English.
-LC_ALL=C
-export LC_ALL
-
 # Whether the server has a `$1` ("sinks" or "sources") named `$2`.
 has() {
     pactl list short "$1" | awk -v name="$2" '$2 == name { found = 1 } END { exit !found }'
-}
-
-# The version the device played into carries; empty without one.
-installed_version() {
-    pactl list sinks | awk -v name="$PLAYED_INTO" '
-        /^Sink #/ { mine = 0 }
-        $1 == "Name:" { mine = $2 == name }
-        mine && $1 == "qcp.driver.version" { sub(/^[^=]*= */, ""); gsub(/"/, ""); print; exit }'
 }
 
 # Whether version `$1` orders before `$2`: field by field, numerically
