@@ -45,19 +45,12 @@ PulseDeviceIO::~PulseDeviceIO() {
 
 bool PulseDeviceIO::OnThisThread() const { return tDeviceIO == this; }
 
-bool PulseDeviceIO::Live() const {
-    return std::any_of(fProcs.begin(), fProcs.end(), [](const Proc& p) { return !p.stopped; });
-}
+bool PulseDeviceIO::Live() const { return fProcs.Live(); }
 
 void PulseDeviceIO::Start(AudioDeviceIOProc proc, void* clientData) {
     std::unique_lock lock(fMutex, std::defer_lock);
     if (!OnThisThread()) lock.lock();
-    auto found = std::find_if(fProcs.begin(), fProcs.end(),
-                              [&](const Proc& p) { return p.proc == proc && p.clientData == clientData; });
-    if (found != fProcs.end())
-        found->stopped = false;
-    else
-        fProcs.push_back({proc, clientData, false});
+    fProcs.Start(proc, clientData);
     ++fStarts;
     fWake.notify_all();
 }
@@ -65,9 +58,7 @@ void PulseDeviceIO::Start(AudioDeviceIOProc proc, void* clientData) {
 void PulseDeviceIO::Stop(AudioDeviceIOProc proc, void* clientData) {
     std::unique_lock lock(fMutex, std::defer_lock);
     if (!OnThisThread()) lock.lock();
-    for (Proc& p : fProcs) {
-        if (p.proc == proc && p.clientData == clientData) p.stopped = true;
-    }
+    fProcs.Stop(proc, clientData);
 }
 
 void PulseDeviceIO::Configure(UInt32 frames) { fFrames = std::clamp<UInt32>(frames, 1, kMaxFrames); }
@@ -283,7 +274,6 @@ bool PulseDeviceIO::Play(UInt32 frames) {
 void PulseDeviceIO::Cycle(UInt32 frames) {
     AudioBufferList& input = fInput.Prepare(frames);
     AudioBufferList& mix = fMix.Prepare(frames);
-    Silence(mix, frames);
     const int64_t micros = zTime::MicroNow();
     const auto period = static_cast<int64_t>(Float64(frames) * 1e6 / fSetup.rate);
     Float64 sample;
@@ -293,19 +283,10 @@ void PulseDeviceIO::Cycle(UInt32 frames) {
         fCycleMicros = micros;
         sample = fSample;
     }
-    const AudioTimeStamp now = TimeAt(sample, micros);
-    const AudioTimeStamp inputTime = TimeAt(sample - frames, micros - period);
-    const AudioTimeStamp outputTime = TimeAt(sample + frames, micros + period);
-    // By index and by copy: a proc may start another, growing the list.
-    for (size_t i = 0; i < fProcs.size(); ++i) {
-        const Proc proc = fProcs[i];
-        if (proc.stopped) continue;
-        AudioBufferList& scratch = fScratch.Prepare(frames);
-        Silence(scratch, frames);
-        proc.proc(fDevice, &now, &input, &inputTime, &scratch, &outputTime, proc.clientData);
-        Mix(scratch, mix, frames);
-    }
-    std::erase_if(fProcs, [](const Proc& p) { return p.stopped; });
+    fProcs.Call(fDevice,
+                {TimeAt(sample, micros), TimeAt(sample - frames, micros - period),
+                 TimeAt(sample + frames, micros + period)},
+                input, fScratch, mix, frames);
 }
 
 } // namespace qcp::coreaudio::pulse

@@ -10,6 +10,7 @@
 
 #include "AudioBuffers.h"
 #include "CoreAudio/AudioHardware.h"
+#include "DeviceIOProcs.h"
 #include "PulseConnection.h"
 
 namespace qcp::coreaudio::pulse {
@@ -67,11 +68,6 @@ public:
     static constexpr UInt32 kMaxFrames = 4096; // the most a device's buffer frame size may be
 
 private:
-    struct Proc {
-        AudioDeviceIOProc proc;
-        void* clientData;
-        bool stopped;
-    };
     void Run();
     bool Live() const; // fMutex held
     bool OnThisThread() const;
@@ -105,7 +101,7 @@ private:
 
     std::mutex fMutex;
     std::condition_variable fWake;
-    std::vector<Proc> fProcs;
+    DeviceIOProcs fProcs;
     // A failed stream is made again after the next Start or Revive.
     uint64_t fStarts = 0;
     uint64_t fRevivals = 0;

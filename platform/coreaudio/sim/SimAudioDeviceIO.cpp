@@ -35,9 +35,7 @@ SimAudioDeviceIO::~SimAudioDeviceIO() {
 
 bool SimAudioDeviceIO::OnThisThread() const { return tDeviceIO == this; }
 
-bool SimAudioDeviceIO::Live() const {
-    return std::any_of(fProcs.begin(), fProcs.end(), [](const Proc& p) { return !p.stopped; });
-}
+bool SimAudioDeviceIO::Live() const { return fProcs.Live(); }
 
 void SimAudioDeviceIO::Rebase(int64_t origin) {
     fOriginSample += Float64(fCycle) * fFrames;
@@ -52,21 +50,14 @@ void SimAudioDeviceIO::Start(AudioDeviceIOProc proc, void* clientData) {
         // The device starts running: its first cycle is one period from now.
         Rebase(zTime::MicroNow());
     }
-    auto found = std::find_if(fProcs.begin(), fProcs.end(),
-                              [&](const Proc& p) { return p.proc == proc && p.clientData == clientData; });
-    if (found != fProcs.end())
-        found->stopped = false;
-    else
-        fProcs.push_back({proc, clientData, false});
+    fProcs.Start(proc, clientData);
     fWake.notify_all();
 }
 
 void SimAudioDeviceIO::Stop(AudioDeviceIOProc proc, void* clientData) {
     std::unique_lock lock(fMutex, std::defer_lock);
     if (!OnThisThread()) lock.lock();
-    for (Proc& p : fProcs) {
-        if (p.proc == proc && p.clientData == clientData) p.stopped = true;
-    }
+    fProcs.Stop(proc, clientData);
     fWake.notify_all();
 }
 
@@ -131,20 +122,7 @@ void SimAudioDeviceIO::Cycle() {
     else
         Silence(input, frames);
     AudioBufferList& mix = fMix.Prepare(frames);
-    Silence(mix, frames);
-    const AudioTimeStamp now = TimeOf(fCycle);
-    const AudioTimeStamp inputTime = TimeOf(fCycle - 1);
-    const AudioTimeStamp outputTime = TimeOf(fCycle + 1);
-    // By index and by copy: a proc may start another, growing the list.
-    for (size_t i = 0; i < fProcs.size(); ++i) {
-        const Proc proc = fProcs[i];
-        if (proc.stopped) continue;
-        AudioBufferList& scratch = fScratch.Prepare(frames);
-        Silence(scratch, frames);
-        proc.proc(fDevice, &now, &input, &inputTime, &scratch, &outputTime, proc.clientData);
-        Mix(scratch, mix, frames);
-    }
-    std::erase_if(fProcs, [](const Proc& p) { return p.stopped; });
+    fProcs.Call(fDevice, {TimeOf(fCycle), TimeOf(fCycle - 1), TimeOf(fCycle + 1)}, input, fScratch, mix, frames);
     if (fRouting.output) fRouting.output->Write(mix, frames);
 }
 

@@ -8,6 +8,7 @@
 
 #include "AudioBuffers.h"
 #include "CoreAudio/AudioHardware.h"
+#include "DeviceIOProcs.h"
 #include "SimAudioDeviceSetup.h"
 #include "SimAudioRing.h"
 
@@ -46,11 +47,6 @@ public:
     bool CurrentTime(AudioTimeStamp& time) const;
 
 private:
-    struct Proc {
-        AudioDeviceIOProc proc;
-        void* clientData;
-        bool stopped;
-    };
     void Run();
     // Lock held.
     void Cycle();
@@ -67,7 +63,7 @@ private:
     mutable std::mutex fMutex;
     std::condition_variable fWake;
     bool fClosing = false;
-    std::vector<Proc> fProcs;
+    DeviceIOProcs fProcs;
     Float64 fRate;
     UInt32 fFrames;
     // The clock of the current run: cycles counted from `fOrigin`, which is
