@@ -25,7 +25,7 @@ OSStatus Count(AudioObjectID, UInt32, const AudioObjectPropertyAddress*, void* c
     return kAudioHardwareNoError;
 }
 
-class PulseAudioSystemTest : public testing::Test {
+class PulseAudioSystemTest : public testing::TestWithParam<SoundServerKind> {
 protected:
     void SetUp() override {
         if (const std::string why = fHarness.Unavailable(); !why.empty()) GTEST_SKIP() << why;
@@ -33,10 +33,11 @@ protected:
     }
     void TearDown() override { qcp::coreaudio::Install(nullptr); }
 
-    PulseHarness fHarness;
+    PulseHarness fHarness{GetParam()};
 };
+INSTANTIATE_TEST_SUITE_P(, PulseAudioSystemTest, EachSoundServer(), SoundServerName);
 
-TEST_F(PulseAudioSystemTest, MonitorsAreNoDevicesAndSourcesAreInputs) {
+TEST_P(PulseAudioSystemTest, MonitorsAreNoDevicesAndSourcesAreInputs) {
     const AudioObjectID sink = DeviceForUID(fHarness.PlugOutput("speakers"));
     EXPECT_EQ(ReadDevices(), std::vector<AudioObjectID>{sink}) << "the sink's monitor is part of it";
     AudioObjectID input = 1;
@@ -59,7 +60,7 @@ TEST_F(PulseAudioSystemTest, MonitorsAreNoDevicesAndSourcesAreInputs) {
     EXPECT_EQ(AudioDeviceGetCurrentTime(sink, &time), kAudioHardwareNotRunningError) << "no I/O runs on it";
 }
 
-TEST_F(PulseAudioSystemTest, VolumeAndMuteGoThroughTheServerAndComeBackFromOtherClients) {
+TEST_P(PulseAudioSystemTest, VolumeAndMuteGoThroughTheServerAndComeBackFromOtherClients) {
     const std::string uid = fHarness.PlugOutput("speakers");
     const AudioObjectID sink = DeviceForUID(uid);
     const auto volume = Address(kAudioDevicePropertyVolumeScalar, kAudioObjectPropertyScopeOutput);
@@ -88,7 +89,7 @@ TEST_F(PulseAudioSystemTest, VolumeAndMuteGoThroughTheServerAndComeBackFromOther
     AudioObjectRemovePropertyListener(sink, &mute, &Count, &heard);
 }
 
-TEST_F(PulseAudioSystemTest, TheCaptureDriversDevicesStartHiddenAndUnableToBeDefaults) {
+TEST_P(PulseAudioSystemTest, TheCaptureDriversDevicesStartHiddenAndUnableToBeDefaults) {
     const std::string uid = fHarness.PlugSink(kCaptureDriverPlayedIntoUID, "Capture", "qcp.driver.version=1.0.3");
     const AudioObjectID driver = DeviceForUID(uid);
     ASSERT_NE(driver, kAudioObjectUnknown);
@@ -107,10 +108,14 @@ TEST_F(PulseAudioSystemTest, TheCaptureDriversDevicesStartHiddenAndUnableToBeDef
     ASSERT_EQ(Write(driver, Address(kCaptureDriverPropertyCanBeDefault), kCFBooleanTrue), 0);
     EXPECT_TRUE(WaitFor([&] { return listChanges > 0; }, 10s));
     EXPECT_EQ(ReadDevices().size(), 2u);
+    // Whether it reads back at once is the device-layer contract's to say.
     ASSERT_EQ(Write(kAudioObjectSystemObject, defaultOutput, driver), 0);
-    AudioObjectID current = kAudioObjectUnknown;
-    ASSERT_EQ(Read(kAudioObjectSystemObject, defaultOutput, current), 0);
-    EXPECT_EQ(current, driver);
+    EXPECT_TRUE(WaitFor(
+        [&] {
+            AudioObjectID current = kAudioObjectUnknown;
+            return Read(kAudioObjectSystemObject, defaultOutput, current) == 0 && current == driver;
+        },
+        10s));
     AudioObjectRemovePropertyListener(kAudioObjectSystemObject, &devices, &Count, &listChanges);
 }
 
@@ -134,12 +139,12 @@ TEST(PulseAudioSystemWithoutServer, EveryCallSaysTheHardwareIsNotRunning) {
 }
 
 // A server that goes away and comes back: the same system restarted.
-class PulseServerRestart : public testing::Test {
+class PulseServerRestart : public testing::TestWithParam<SoundServerKind> {
 protected:
     void SetUp() override {
-        if (!fServer.Unavailable().empty()) GTEST_SKIP() << fServer.Unavailable();
+        if (!fServer->Unavailable().empty()) GTEST_SKIP() << fServer->Unavailable();
         zUserLogHistory::Default()->Clear();
-        qcp::coreaudio::Install(std::make_unique<PulseAudioSystem>(fServer.Address()));
+        qcp::coreaudio::Install(std::make_unique<PulseAudioSystem>(fServer->Address()));
     }
     void TearDown() override { qcp::coreaudio::Install(nullptr); }
     static bool Running() { return static_cast<PulseAudioSystem*>(qcp::coreaudio::Current())->IsRunning(); }
@@ -151,14 +156,17 @@ protected:
 
     // "kept" comes back with every start, after "first", which a server
     // starting afresh makes its default; "microphone" records from nothing.
-    PulseServer fServer{"load-module module-null-sink sink_name=first\n"
-                        "load-module module-null-sink sink_name=kept\n"
-                        "load-module module-null-source source_name=microphone rate=48000\n"};
+    std::unique_ptr<PrivateServer> fServer = MakeServer(GetParam(),
+                                                        "load-module module-null-sink sink_name=first\n"
+                                                        "load-module module-null-sink sink_name=kept\n"
+                                                        "load-module module-null-source source_name=microphone "
+                                                        "rate=48000\n");
 };
+INSTANTIATE_TEST_SUITE_P(, PulseServerRestart, EachSoundServer(), SoundServerName);
 
-TEST_F(PulseServerRestart, DevicesThatComeBackKeepTheirIdsAndOthersGo) {
+TEST_P(PulseServerRestart, DevicesThatComeBackKeepTheirIdsAndOthersGo) {
     PulseConnection control;
-    ASSERT_TRUE(control.Connect(fServer.Address()));
+    ASSERT_TRUE(control.Connect(fServer->Address()));
     uint32_t module = PA_INVALID_INDEX;
     control.Run([&](pa_context* context) {
         return pa_context_load_module(
@@ -171,14 +179,14 @@ TEST_F(PulseServerRestart, DevicesThatComeBackKeepTheirIdsAndOthersGo) {
     const auto alive = Address(kAudioDevicePropertyDeviceIsAlive);
     ASSERT_EQ(AudioObjectAddPropertyListener(dropped, &alive, &Count, &died), 0);
 
-    fServer.Stop();
+    fServer->Stop();
     ASSERT_TRUE(WaitFor([] { return !Running(); }, 10s));
     UInt32 value = 0;
     EXPECT_EQ(Read(kept, alive, value), kAudioHardwareNotRunningError);
     EXPECT_TRUE(Logged("System Audio Capture: lost the connection to the sound server; capture resumes when it is "
                        "back."));
 
-    fServer.Restart();
+    fServer->Restart();
     ASSERT_TRUE(WaitFor([] { return Running(); }, 10s));
     EXPECT_EQ(DeviceForUID("kept"), kept) << "the same device, restarted";
     EXPECT_TRUE(WaitFor([&] { return died > 0; }, 10s)) << "what did not come back is gone";
@@ -187,7 +195,7 @@ TEST_F(PulseServerRestart, DevicesThatComeBackKeepTheirIdsAndOthersGo) {
     AudioObjectRemovePropertyListener(dropped, &alive, &Count, &died);
 }
 
-TEST_F(PulseServerRestart, RunningIOCarriesOnAndTheChosenDefaultIsSetAgain) {
+TEST_P(PulseServerRestart, RunningIOCarriesOnAndTheChosenDefaultIsSetAgain) {
     ASSERT_EQ(Write(kAudioObjectSystemObject, Address(kAudioHardwarePropertyDefaultOutputDevice), DeviceForUID("kept")),
               0);
     std::vector<AudioUnit> units;
@@ -196,9 +204,9 @@ TEST_F(PulseServerRestart, RunningIOCarriesOnAndTheChosenDefaultIsSetAgain) {
     ASSERT_EQ(AudioOutputUnitStart(unit), 0);
     ASSERT_TRUE(WaitFor([&] { return heard.count >= 3; }, 10s));
 
-    fServer.Stop();
+    fServer->Stop();
     ASSERT_TRUE(WaitFor([] { return !Running(); }, 10s));
-    fServer.Restart();
+    fServer->Restart();
     const int atReturn = heard.count;
     EXPECT_TRUE(WaitFor([&] { return heard.count >= atReturn + 10; }, 10s)) << "recording again";
     EXPECT_TRUE(WaitFor(

@@ -20,7 +20,7 @@ using namespace std::chrono_literals;
 
 constexpr UInt32 kFrames = 480; // 10 ms at the harness's rate
 
-class PulseDeviceIOTest : public testing::Test {
+class PulseDeviceIOTest : public testing::TestWithParam<SoundServerKind> {
 protected:
     void SetUp() override {
         if (const std::string why = fHarness.Unavailable(); !why.empty()) GTEST_SKIP() << why;
@@ -58,12 +58,13 @@ protected:
         return WaitFor([&] { return heard.count >= start + calls; }, 10s);
     }
 
-    PulseHarness fHarness;
+    PulseHarness fHarness{GetParam()};
     std::list<Heard> fHeard;
     std::vector<AudioUnit> fUnits;
 };
+INSTANTIATE_TEST_SUITE_P(, PulseDeviceIOTest, EachSoundServer(), SoundServerName);
 
-TEST_F(PulseDeviceIOTest, WhatIsPlayedIntoASinkIsRecordedFromItsMonitorPeriodByPeriod) {
+TEST_P(PulseDeviceIOTest, WhatIsPlayedIntoASinkIsRecordedFromItsMonitorPeriodByPeriod) {
     Sine sine{440, PulseHarness::kRate};
     PlayInto("speakers", sine);
     const std::string monitor = fHarness.PlugMonitorSource("contract.speakers", "speakers monitor");
@@ -87,7 +88,7 @@ TEST_F(PulseDeviceIOTest, WhatIsPlayedIntoASinkIsRecordedFromItsMonitorPeriodByP
     EXPECT_NE(device, kAudioObjectUnknown);
 }
 
-TEST_F(PulseDeviceIOTest, CurrentTimeRunsAtTheDevicesRateAndAStopHolds) {
+TEST_P(PulseDeviceIOTest, CurrentTimeRunsAtTheDevicesRateAndAStopHolds) {
     Sine sine{440, PulseHarness::kRate};
     const AudioObjectID sink = PlayInto("clocked", sine);
     Heard& witness = fHeard.emplace_back();
@@ -113,7 +114,7 @@ TEST_F(PulseDeviceIOTest, CurrentTimeRunsAtTheDevicesRateAndAStopHolds) {
     EXPECT_EQ(AudioDeviceGetCurrentTime(DeviceForUID("contract.stopped"), &idle), kAudioHardwareNotRunningError);
 }
 
-TEST_F(PulseDeviceIOTest, ADeviceThatGoesStopsCallingAndAServerThatGoesHangsNothing) {
+TEST_P(PulseDeviceIOTest, ADeviceThatGoesStopsCallingAndAServerThatGoesHangsNothing) {
     Heard& witness = fHeard.emplace_back();
     Record(fHarness.PlugInput("witness"), witness);
     Heard& unplugged = fHeard.emplace_back();

@@ -11,7 +11,7 @@
 #include "PulseAudioSystem.h"
 #include "PulseConnection.h"
 #include "PulseFaultLayer.h"
-#include "PulseServer.h"
+#include "SoundServers.h"
 #include "WaitFor.h"
 
 // The contract suites' harness for the "pulse" layer: a private server whose
@@ -25,18 +25,18 @@ public:
     // The rate the harness's devices run at: the server picks rates.
     static constexpr Float64 kRate = 48000;
 
-    PulseHarness() {
-        if (!fServer.Unavailable().empty()) return;
-        if (!fControl.Connect(fServer.Address())) fUnavailable = "the private server does not answer";
+    explicit PulseHarness(SoundServerKind kind = SoundServerKind::PulseAudio) : fServer(MakeServer(kind)) {
+        if (!fServer->Unavailable().empty()) return;
+        if (!fControl.Connect(fServer->Address())) fUnavailable = "the private server does not answer";
     }
 
     // Why the tests cannot run; empty when they can.
     std::string Unavailable() const {
-        return fServer.Unavailable().empty() ? fUnavailable : fServer.Unavailable();
+        return fServer->Unavailable().empty() ? fUnavailable : fServer->Unavailable();
     }
     std::unique_ptr<qcp::coreaudio::AudioDeviceLayer> Create() {
         auto layer = std::make_unique<PulseFaultLayer>(
-            std::make_unique<qcp::coreaudio::pulse::PulseAudioSystem>(fServer.Address()));
+            std::make_unique<qcp::coreaudio::pulse::PulseAudioSystem>(fServer->Address()));
         fLayer = layer.get();
         return layer;
     }
@@ -74,8 +74,8 @@ public:
         fLayer->Inject(object, selector, status);
     }
     void ClearFaults() { fLayer->Clear(); }
-    const std::string& Address() const { return fServer.Address(); }
-    void KillServer() { fServer.Stop(); }
+    const std::string& Address() const { return fServer->Address(); }
+    void KillServer() { fServer->Stop(); }
 
 private:
     static constexpr std::chrono::seconds kPatience{10};
@@ -90,25 +90,34 @@ private:
         return uid;
     }
 
+    // Loads what `module` makes on PulseAudio, as the server makes it.
     std::string Plug(const char* module, const std::string& uid, const std::string& kind,
                      const std::string& description) {
-        const std::string arguments =
-            kind + "_name=" + uid + " rate=" + std::to_string(int(kRate)) + " " + description;
+        const std::string line = fServer->Module(std::string(module) + " " + kind + "_name=" + uid +
+                                                 " rate=" + std::to_string(int(kRate)) + " " + description);
+        const auto space = line.find(' ');
+        const std::string name = line.substr(0, space), arguments = line.substr(space + 1);
         uint32_t index = PA_INVALID_INDEX;
         fControl.Run([&](pa_context* context) {
-            return pa_context_load_module(context, module, arguments.c_str(), &OnModule, &index);
+            return pa_context_load_module(context, name.c_str(), arguments.c_str(), &OnModule, &index);
         });
         if (index == PA_INVALID_INDEX) return {};
         fModules[uid] = index;
         return WaitFor([&] { return DeviceForUID(uid) != kAudioObjectUnknown; }, kPatience) ? uid : "";
     }
 
-    PulseServer fServer;
+    std::unique_ptr<PrivateServer> fServer;
     std::string fUnavailable;
     // The harness's own client, for loading modules.
     qcp::coreaudio::pulse::PulseConnection fControl;
     std::map<std::string, uint32_t> fModules; // by UID
     PulseFaultLayer* fLayer = nullptr;
+};
+
+// The same over PipeWire's PulseAudio server, for suites typed by harness.
+class PipeWireHarness : public PulseHarness {
+public:
+    PipeWireHarness() : PulseHarness(SoundServerKind::PipeWire) {}
 };
 
 } // namespace coreaudio_test

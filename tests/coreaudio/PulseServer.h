@@ -1,138 +1,57 @@
 #pragma once
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <vector>
 
-#include "WaitFor.h"
+#include "PrivateServer.h"
 
-// A private sound server for one test: its own runtime directory, socket and
-// configuration (the native protocol only; tests load devices as modules),
-// so that nothing of the machine's own server is seen or changed. Made and
-// destroyed on the test's thread; the destructor kills the server.
+// A private PulseAudio for one test: the native protocol only, from its own
+// start-up script; tests load devices as modules.
 namespace coreaudio_test {
 
-#if defined(__SANITIZE_THREAD__)
-inline constexpr bool kUnderThreadSanitizer = true;
-#elif defined(__has_feature)
-inline constexpr bool kUnderThreadSanitizer = __has_feature(thread_sanitizer);
-#else
-inline constexpr bool kUnderThreadSanitizer = false;
-#endif
-
-class PulseServer {
+class PulseServer : public PrivateServer {
 public:
     // `configuration`: lines the server reads at every start, after those
     // that let the tests connect.
-    explicit PulseServer(const std::string& configuration = {}) {
-        if (kUnderThreadSanitizer) {
-            // The client library's threads and locks are not instrumented:
-            // ThreadSanitizer reports its own initialisation as racing and
-            // stalls its loop. The layer's locking is checked on the sim.
-            fUnavailable = "the sound server's client library cannot run under ThreadSanitizer";
-            return;
-        }
-        char pattern[] = "/tmp/qcp-pulse-XXXXXX";
-        if (!mkdtemp(pattern)) {
-            fUnavailable = "no temporary directory for the server";
-            return;
-        }
-        fDirectory = pattern;
-        std::ofstream(fDirectory + "/default.pa")
-            << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << Socket() << "\n"
-            << configuration;
+    explicit PulseServer(const std::string& configuration = {}) : PrivateServer("pulse") {
+        if (!fUnavailable.empty()) return;
+        std::ofstream(Script()) << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << Socket()
+                                << "\n"
+                                << configuration;
         fAddress = "unix:" + Socket();
         Start();
     }
 
-    // More lines for the configuration, read from the next start on.
-    void Configure(const std::string& lines) {
-        std::ofstream(fDirectory + "/default.pa", std::ios::app) << lines;
+    void Configure(const std::string& lines) override { std::ofstream(Script(), std::ios::app) << lines; }
+    // The user's script starts from the system's, which would bring in the
+    // machine's own devices: only its own modules are taken.
+    void ConfigureAsUser(const std::filesystem::path& configHome) override {
+        std::ifstream script(configHome / "pulse" / "default.pa");
+        std::string modules;
+        for (std::string line; std::getline(script, line);)
+            if (line.rfind("load-module", 0) == 0) modules += line + "\n";
+        Configure(modules);
     }
-    // Starts it again, at the same address, with only the devices its
-    // configuration makes.
-    void Restart() {
-        Stop();
-        std::filesystem::remove(Socket());
-        Start();
-    }
-
-    ~PulseServer() {
-        Stop();
-        // Kept for its log when the server would not start.
-        if (!fDirectory.empty() && fUnavailable.empty()) std::filesystem::remove_all(fDirectory);
-    }
+    void Stop() override { fServer.Stop(); }
 
 private:
     std::string Socket() const { return fDirectory + "/native"; }
+    std::string Script() const { return fDirectory + "/default.pa"; }
 
-    void Start() {
-        const std::string socket = Socket();
+    void Start() override {
         // Run as root (as in containers) it needs to be told it is no system
         // server, and that modules may be loaded.
-        std::vector<std::string> args{"pulseaudio",       "-n",
-                                      "--daemonize=no",   "--exit-idle-time=-1",
-                                      "--disallow-exit",  "--system=false",
-                                      "--disallow-module-loading=false", "--use-pid-file=false",
-                                      "--log-target=file:" + fDirectory + "/log",
-                                      "-F",               fDirectory + "/default.pa"};
-        std::vector<std::string> env{"XDG_RUNTIME_DIR=" + fDirectory, "PULSE_RUNTIME_PATH=" + fDirectory,
-                                     "PULSE_STATE_PATH=" + fDirectory, "HOME=" + fDirectory,
-                                     "XDG_CONFIG_HOME=" + fDirectory, "PULSE_SERVER=" + fAddress};
-        if (const char* path = std::getenv("PATH")) env.push_back(std::string("PATH=") + path);
-        std::vector<char*> argv, envp;
-        for (auto& arg : args) argv.push_back(arg.data());
-        for (auto& entry : env) envp.push_back(entry.data());
-        argv.push_back(nullptr);
-        envp.push_back(nullptr);
-        if (posix_spawnp(&fPid, "pulseaudio", nullptr, nullptr, argv.data(), envp.data()) != 0) {
-            fPid = 0;
-            fUnavailable = "pulseaudio is not installed";
-            return;
-        }
-        bool exited = false;
-        const bool listening = WaitFor(
-            [&] {
-                exited = waitpid(fPid, nullptr, WNOHANG) == fPid;
-                return exited || std::filesystem::exists(socket);
-            },
-            std::chrono::seconds(10));
-        if (exited) fPid = 0;
-        if (!listening || exited) fUnavailable = "pulseaudio did not start; see its log in " + fDirectory;
+        const std::string why = fServer.Start(
+            {"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--disallow-exit", "--system=false",
+             "--disallow-module-loading=false", "--use-pid-file=false", "--log-target=file:" + fDirectory + "/log",
+             "-F", Script()},
+            {"XDG_RUNTIME_DIR=" + fDirectory, "PULSE_RUNTIME_PATH=" + fDirectory, "PULSE_STATE_PATH=" + fDirectory,
+             "HOME=" + fDirectory, "XDG_CONFIG_HOME=" + fDirectory, "PULSE_SERVER=" + fAddress},
+            fDirectory + "/output", [this] { return ServerProcess::Accepts(Socket()); });
+        if (!why.empty()) Fail(why);
     }
 
-public:
-
-    PulseServer(const PulseServer&) = delete;
-    PulseServer& operator=(const PulseServer&) = delete;
-
-    // Ends the server now, as a user stopping it would.
-    void Stop() {
-        if (fPid <= 0) return;
-        kill(fPid, SIGTERM);
-        if (!WaitFor([this] { return waitpid(fPid, nullptr, WNOHANG) == fPid; }, std::chrono::seconds(10))) {
-            kill(fPid, SIGKILL);
-            waitpid(fPid, nullptr, 0);
-        }
-        fPid = 0;
-    }
-    // Why the server is not there; empty when it runs.
-    const std::string& Unavailable() const { return fUnavailable; }
-    // Its address for clients, as PULSE_SERVER takes it.
-    const std::string& Address() const { return fAddress; }
-
-private:
-    std::string fDirectory;
-    std::string fAddress;
-    std::string fUnavailable;
-    pid_t fPid = 0;
+    ServerProcess fServer;
 };
 
 } // namespace coreaudio_test
