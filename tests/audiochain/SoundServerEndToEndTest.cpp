@@ -6,6 +6,7 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -185,13 +186,23 @@ TEST_P(SoundServerEndToEnd, APlayedToneArrivesInPacketsAndStillReachesTheSpeaker
     ASSERT_TRUE(WaitFor([] { return DefaultOutputUID() == kCaptureDriverPlayedIntoUID; }, 10s))
         << "what the system plays goes to the capture driver";
     const auto tone = Play(440);
-    const std::vector<Float32> speakers = RecordMonitor("speakers", [&] { return host.Packets() >= 60; });
+    ASSERT_TRUE(WaitFor([&] { return host.Packets() >= 1; }, 10s));
+    const auto start = std::chrono::steady_clock::now();
+    const int first = host.Packets();
+    const std::vector<Float32> speakers = RecordMonitor("speakers", [&] { return host.Packets() >= first + 60; });
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_NEAR((host.Packets() - first) * 0.0375 / seconds, 1.0, 0.15) << "packets come at the recorder's pace";
     const std::vector<Float32> captured = host.Last(1.0);
     QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, nullptr);
     EXPECT_TRUE(WaitFor([] { return DefaultOutputUID() == "speakers"; }, 10s)) << "routing restored";
 
     EXPECT_NEAR(Frequency(captured, 48000), 440, 1);
     EXPECT_NEAR(Peak(captured), DbfsToLevel(-12), 0.02);
+    // Without gaps: the sine runs on without a jump between packets.
+    float largestStep = 0;
+    for (size_t i = 1; i < captured.size(); ++i)
+        largestStep = std::max(largestStep, std::fabs(captured[i] - captured[i - 1]));
+    EXPECT_LT(largestStep, 2 * M_PI * 440 / 48000 * DbfsToLevel(-12) * 1.2);
     EXPECT_NEAR(Frequency(speakers, 48000), 440, 1) << "played through to the speakers";
     EXPECT_GT(Peak(speakers), DbfsToLevel(-18));
     std::lock_guard lock(host.mutex);

@@ -39,6 +39,10 @@ PulseDeviceInfo InfoOf(const Info& server, bool input) {
 }
 
 constexpr int64_t kRetryMicros = 1'000'000;
+// A server may apply a new default a little after it acknowledged it (a
+// session manager decides): it is asked again until it tells it, for a while.
+constexpr int64_t kDefaultPatienceMicros = 500'000;
+constexpr int64_t kDefaultPollMicros = 1'000;
 constexpr int kInformation = 0, kError = 1;
 constexpr auto kEvents =
     static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
@@ -66,6 +70,9 @@ PulseAudioSystem::~PulseAudioSystem() {
 
 bool PulseAudioSystem::Connect() {
     if (!fConnection.Connect(fServer, this, kEvents)) return false;
+    // The indexes of the server that went mean nothing to this one.
+    const bool returning = fLost;
+    if (returning) ForEachIO([](PulseDeviceIO& io, const PulseDevice*) { io.Hold(); });
     const OSStatus status = fConnection.Run([this](pa_context* context) {
         fHearingAll = true;
         PulseConnection::Forget(pa_context_get_sink_info_list(context, &OnSinkInfo, this));
@@ -73,18 +80,36 @@ bool PulseAudioSystem::Connect() {
         return pa_context_get_server_info(context, &OnServerInfo, this);
     });
     if (status != kAudioHardwareNoError) return false;
-    const bool returned = fLost.exchange(false);
-    fLoaded = true;
-    if (returned) {
-        Resume();
-        UserLog(kInformation, "the sound server is back; capture carries on.");
+    if (returning) {
+        ForEachIO([](PulseDeviceIO& io, const PulseDevice* device) {
+            if (device) io.Revive(device->info.index);
+        });
+        fDefaultsPending = true;
     }
+    fLost = false;
+    fLoaded = true;
+    if (returning) UserLog(kInformation, "the sound server is back; capture carries on.");
+    SetChosenDefaults();
     return true;
 }
 
-void PulseAudioSystem::Resume() {
+void PulseAudioSystem::ForEachIO(const std::function<void(PulseDeviceIO&, const PulseDevice*)>& action) {
+    std::vector<std::pair<PulseDeviceIO*, std::optional<PulseDevice>>> all;
+    {
+        std::lock_guard ioLock(fIOMutex);
+        std::lock_guard lock(fMutex);
+        for (const auto& [id, io] : fIO) {
+            const PulseDevice* device = fDevices.Find(id);
+            all.emplace_back(io.get(), device ? std::optional(*device) : std::nullopt);
+        }
+    }
+    // Unlocked: the I/O's own lock may wait for a cycle, whose procs call the layer.
+    for (auto& [io, device] : all) action(*io, device ? &*device : nullptr);
+}
+
+void PulseAudioSystem::SetChosenDefaults() {
+    if (!fDefaultsPending) return;
     std::vector<PulseRequest> defaults;
-    std::vector<std::pair<AudioObjectID, uint32_t>> revived;
     {
         std::lock_guard lock(fMutex);
         for (const auto& [name, input] : {std::pair{fChosenSink, false}, std::pair{fChosenSource, true}}) {
@@ -100,22 +125,22 @@ void PulseAudioSystem::Resume() {
                 defaults.push_back(std::move(request));
             }
         }
-        for (const PulseDevice& device : fDevices.All()) revived.emplace_back(device.id, device.info.index);
     }
-    for (const PulseRequest& request : defaults) Carry(request);
-    for (const auto& [id, index] : revived) {
-        if (PulseDeviceIO* io = IO(id)) io->Revive(index);
-    }
+    bool set = true;
+    // A server just started may refuse for a moment: tried again a second later.
+    for (const PulseRequest& request : defaults) set = Carry(request) == kAudioHardwareNoError && set;
+    fDefaultsPending = !set;
 }
 
 void PulseAudioSystem::KeepConnecting() {
     std::unique_lock lock(fRetryMutex);
     while (!fClosing) {
-        if (!IsRunning()) {
-            lock.unlock();
+        lock.unlock();
+        if (!IsRunning())
             Connect();
-            lock.lock();
-        }
+        else
+            SetChosenDefaults();
+        lock.lock();
         zTime::WaitUntil(fRetry, lock, zTime::MicroNow() + kRetryMicros, [this] { return fClosing; });
     }
 }
@@ -276,12 +301,33 @@ OSStatus PulseAudioSystem::Carry(const PulseRequest& request) {
     if (status == kAudioHardwareNoError && !succeeded) status = fConnection.LastError();
     if (status != kAudioHardwareNoError) return status;
     // Heard before answering, so that a read that follows sees the result.
-    return fConnection.Run([&](pa_context* context) {
+    status = fConnection.Run([&](pa_context* context) {
         PulseConnection::Forget(request.input
                                     ? pa_context_get_source_info_by_index(context, request.index, &OnSourceInfo, this)
                                     : pa_context_get_sink_info_by_index(context, request.index, &OnSinkInfo, this));
         return pa_context_get_server_info(context, &OnServerInfo, this);
     });
+    const bool isDefault =
+        request.kind == PulseRequest::Kind::DefaultSink || request.kind == PulseRequest::Kind::DefaultSource;
+    return status == kAudioHardwareNoError && isDefault ? AwaitDefault(request) : status;
+}
+
+OSStatus PulseAudioSystem::AwaitDefault(const PulseRequest& request) {
+    const auto selector =
+        request.input ? kAudioHardwarePropertyDefaultInputDevice : kAudioHardwarePropertyDefaultOutputDevice;
+    const int64_t deadline = zTime::MicroNow() + kDefaultPatienceMicros;
+    while (true) {
+        {
+            std::lock_guard lock(fMutex);
+            const PulseDevice* device = fDevices.FindName(request.name);
+            if (device && fDevices.Default(selector) == device->id) return kAudioHardwareNoError;
+        }
+        if (zTime::MicroNow() >= deadline) return kAudioHardwareUnspecifiedError;
+        zTime::SleepUntil(zTime::MicroNow() + kDefaultPollMicros);
+        if (const OSStatus status = fConnection.Run(
+                [&](pa_context* context) { return pa_context_get_server_info(context, &OnServerInfo, this); }))
+            return status;
+    }
 }
 
 OSStatus PulseAudioSystem::AddPropertyListener(AudioObjectID object, const AudioObjectPropertyAddress& address,

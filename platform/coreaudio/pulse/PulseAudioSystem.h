@@ -3,9 +3,11 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -117,12 +119,16 @@ private:
     void Ask(pa_context* context, bool input, uint32_t index);
     // Has the server carry out a write, then hears its result. No lock held.
     OSStatus Carry(const PulseRequest& request);
+    // Until the server tells the default `request` set, within a bound.
+    OSStatus AwaitDefault(const PulseRequest& request);
     // Connects and hears every device and the defaults; false when no server
     // answers. Not on the loop's thread.
     bool Connect();
-    // After a server came back: the defaults this process chose, and the
-    // I/O of the devices that are back.
-    void Resume();
+    // Calls `action` with each device's I/O and the device, null when it
+    // has gone; no lock held.
+    void ForEachIO(const std::function<void(PulseDeviceIO&, const PulseDevice*)>& action);
+    // After a server came back: the defaults this process chose, again.
+    void SetChosenDefaults();
     // The retry thread.
     void KeepConnecting();
     // A device's I/O, once it has been started; kept until the layer goes.
@@ -144,6 +150,7 @@ private:
     std::atomic<bool> fLost{false};
     const std::string fServer;
     std::string fChosenSink, fChosenSource; // under fMutex: what SetPropertyData set
+    std::atomic<bool> fDefaultsPending{false};
     std::mutex fRetryMutex;
     std::condition_variable fRetry;
     bool fClosing = false; // under fRetryMutex

@@ -51,7 +51,7 @@ void PulseDeviceIO::Start(AudioDeviceIOProc proc, void* clientData) {
     std::unique_lock lock(fMutex, std::defer_lock);
     if (!OnThisThread()) lock.lock();
     fProcs.Start(proc, clientData);
-    ++fStarts;
+    ++fNews;
     fWake.notify_all();
 }
 
@@ -63,10 +63,15 @@ void PulseDeviceIO::Stop(AudioDeviceIOProc proc, void* clientData) {
 
 void PulseDeviceIO::Configure(UInt32 frames) { fFrames = std::clamp<UInt32>(frames, 1, kMaxFrames); }
 
+void PulseDeviceIO::Hold() {
+    std::lock_guard lock(fMutex);
+    fIndex = PA_INVALID_INDEX;
+}
+
 void PulseDeviceIO::Revive(uint32_t index) {
     std::lock_guard lock(fMutex);
     fIndex = index;
-    ++fRevivals;
+    ++fNews;
     fWake.notify_all();
 }
 
@@ -93,24 +98,23 @@ void PulseDeviceIO::SetRunning(bool running) {
     fCycleMicros = zTime::MicroNow();
 }
 
-uint32_t PulseDeviceIO::AwaitProcs(bool failed) {
+std::optional<uint32_t> PulseDeviceIO::AwaitProcs(bool failed) {
     std::unique_lock lock(fMutex);
-    const uint64_t starts = fStarts, revivals = fRevivals;
-    fWake.wait(lock, [&] {
-        return fClosing || (Live() && (!failed || fStarts != starts || fRevivals != revivals));
-    });
-    return fClosing ? PA_INVALID_INDEX : fIndex;
+    fWake.wait(lock, [&] { return fClosing || (Live() && (!failed || fNews != fSeenNews)); });
+    fSeenNews = fNews;
+    if (fClosing) return std::nullopt;
+    return fIndex;
 }
 
 void PulseDeviceIO::Run() {
     tDeviceIO = this;
     bool failed = false;
     bool running = false;
-    for (uint32_t index; (index = AwaitProcs(failed)) != PA_INVALID_INDEX;) {
+    for (std::optional<uint32_t> index; (index = AwaitProcs(failed));) {
         bool up;
         {
             PulseConnection::Lock lock(fConnection);
-            up = fStream ? Usable() : Connect(index);
+            up = fStream ? Usable() : Connect(*index);
         }
         if (up && !running) SetRunning(running = true);
         const UInt32 frames = fFrames;
@@ -135,6 +139,7 @@ void PulseDeviceIO::Run() {
 
 bool PulseDeviceIO::Connect(uint32_t index) {
     pa_context* context = fConnection.Context();
+    if (index == PA_INVALID_INDEX) return false; // held
     if (!context || pa_context_get_state(context) != PA_CONTEXT_READY) return false;
     const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, static_cast<uint32_t>(fSetup.rate),
                               static_cast<uint8_t>(fSetup.channels)};

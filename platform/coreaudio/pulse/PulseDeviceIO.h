@@ -4,6 +4,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -59,8 +60,11 @@ public:
     void Stop(AudioDeviceIOProc proc, void* clientData);
     // A new buffer frame size, from the next cycle on.
     void Configure(UInt32 frames);
-    // The device is there again as the server's `index` (the server came
-    // back): a stream that failed is made again.
+    // The server came back: until Revive, no stream is made (the index the
+    // device had means nothing to the new server).
+    void Hold();
+    // The device is there again as the server's `index`: a stream that
+    // failed is made again.
     void Revive(uint32_t index);
     // Where the device's clock is now; false while no stream is up.
     bool CurrentTime(AudioTimeStamp& time) const;
@@ -72,8 +76,8 @@ private:
     bool Live() const; // fMutex held
     bool OnThisThread() const;
     // Waits for a proc to run, and after a failure for another Start or a
-    // Revive; the device's server index then, PA_INVALID_INDEX when closing.
-    uint32_t AwaitProcs(bool failed);
+    // Revive; the device's server index then, none when closing.
+    std::optional<uint32_t> AwaitProcs(bool failed);
     void SetRunning(bool running);
     // With the loop's lock held.
     bool Connect(uint32_t index);
@@ -102,10 +106,11 @@ private:
     std::mutex fMutex;
     std::condition_variable fWake;
     DeviceIOProcs fProcs;
-    // A failed stream is made again after the next Start or Revive.
-    uint64_t fStarts = 0;
-    uint64_t fRevivals = 0;
-    uint32_t fIndex; // the server's, of the device
+    // A failed stream is made again after a Start or Revive the thread has
+    // not seen yet, however late it waits for one.
+    uint64_t fNews = 0;     // Start and Revive calls so far
+    uint64_t fSeenNews = 0; // as the thread last woke
+    uint32_t fIndex;        // the server's, of the device; none while held
 
     // The clock, apart so that a proc may read any device's time while
     // another device's procs run.
