@@ -40,7 +40,22 @@ PulseDeviceIO::~PulseDeviceIO() {
         PulseConnection::Lock lock(fConnection);
         fConnection.Signal();
     }
+    Notify();
     fThread.join();
+}
+
+void PulseDeviceIO::Notify() {
+    {
+        std::lock_guard lock(fNewsMutex);
+        fStreamNews = true;
+    }
+    fStreamChanged.notify_one();
+}
+
+void PulseDeviceIO::AwaitStream() {
+    std::unique_lock lock(fNewsMutex);
+    fStreamChanged.wait(lock, [this] { return fStreamNews || fClosing; });
+    fStreamNews = false;
 }
 
 bool PulseDeviceIO::OnThisThread() const { return tDeviceIO == this; }
@@ -187,27 +202,30 @@ void PulseDeviceIO::Disconnect() {
 
 bool PulseDeviceIO::Usable() const { return fStream && pa_stream_get_state(fStream) == PA_STREAM_READY; }
 
-void PulseDeviceIO::OnStream(pa_stream*, void* self) { static_cast<PulseDeviceIO*>(self)->fConnection.Signal(); }
-
-void PulseDeviceIO::OnStreamData(pa_stream*, size_t, void* self) {
-    static_cast<PulseDeviceIO*>(self)->fConnection.Signal();
+void PulseDeviceIO::OnStream(pa_stream*, void* self) {
+    auto* io = static_cast<PulseDeviceIO*>(self);
+    io->fConnection.Signal(); // Connect waits on the loop for the stream's state
+    io->Notify();
 }
 
+void PulseDeviceIO::OnStreamData(pa_stream*, size_t, void* self) { static_cast<PulseDeviceIO*>(self)->Notify(); }
+
 bool PulseDeviceIO::Record(UInt32 frames) {
-    {
-        PulseConnection::Lock lock(fConnection);
-        while (fPendingFrames < frames) {
-            if (fClosing || !Usable()) return false;
-            const void* data = nullptr;
-            size_t bytes = 0;
-            if (pa_stream_peek(fStream, &data, &bytes) < 0) return false;
-            if (bytes == 0) {
-                fConnection.Wait();
-                continue;
+    while (true) {
+        {
+            PulseConnection::Lock lock(fConnection);
+            while (fPendingFrames < frames) {
+                if (fClosing || !Usable()) return false;
+                const void* data = nullptr;
+                size_t bytes = 0;
+                if (pa_stream_peek(fStream, &data, &bytes) < 0) return false;
+                if (bytes == 0) break;
+                Keep(data, bytes);
+                pa_stream_drop(fStream);
             }
-            Keep(data, bytes);
-            pa_stream_drop(fStream);
         }
+        if (fPendingFrames >= frames) break;
+        AwaitStream();
     }
     TakeInput(frames);
     return true;
@@ -247,13 +265,15 @@ void PulseDeviceIO::TakeInput(UInt32 frames) {
 
 bool PulseDeviceIO::AwaitRoom(UInt32 frames) {
     const size_t bytes = size_t{frames} * fSetup.channels * sizeof(Float32);
-    PulseConnection::Lock lock(fConnection);
     while (true) {
-        if (fClosing || !Usable()) return false;
-        const size_t room = pa_stream_writable_size(fStream);
-        if (room == static_cast<size_t>(-1)) return false;
-        if (room >= bytes) return true;
-        fConnection.Wait();
+        {
+            PulseConnection::Lock lock(fConnection);
+            if (fClosing || !Usable()) return false;
+            const size_t room = pa_stream_writable_size(fStream);
+            if (room == static_cast<size_t>(-1)) return false;
+            if (room >= bytes) return true;
+        }
+        AwaitStream();
     }
 }
 

@@ -94,6 +94,10 @@ private:
     // Calls the procs: fMutex held.
     void Cycle(UInt32 frames);
     AudioTimeStamp TimeAt(Float64 sample, int64_t micros) const;
+    // The stream's callbacks wake this device's thread alone: the
+    // connection loop's signal would wake every waiter on the connection.
+    void Notify();
+    void AwaitStream();
     static void OnStream(pa_stream* stream, void* self);
     static void OnStreamData(pa_stream* stream, size_t bytes, void* self);
 
@@ -118,6 +122,10 @@ private:
     bool fRunning = false;    // a stream is up
     Float64 fSample = 0;      // the last cycle's
     int64_t fCycleMicros = 0; // when it began, or when the stream came up
+
+    std::mutex fNewsMutex;
+    std::condition_variable fStreamChanged;
+    bool fStreamNews = false; // under fNewsMutex: data, room or state since the thread last looked
 
     // The I/O thread's own.
     pa_stream* fStream = nullptr; // with the loop's lock
