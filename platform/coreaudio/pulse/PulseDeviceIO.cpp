@@ -11,9 +11,9 @@ namespace {
 // its own device's procs does not wait for itself.
 thread_local const PulseDeviceIO* tDeviceIO = nullptr;
 
-// What the stream may hold beyond one period before the oldest is dropped:
-// a server that sends larger fragments than asked, or a proc that ran late.
-constexpr UInt32 kPendingPeriods = 4;
+// Room for what a server sends beyond a period (larger fragments than
+// asked), or for a proc that ran late.
+constexpr UInt32 kRingPeriods = 4;
 
 std::vector<UInt32> Layout(UInt32 channels, bool present) {
     return present ? BufferLayout(channels, true) : std::vector<UInt32>{};
@@ -23,7 +23,7 @@ std::vector<UInt32> Layout(UInt32 channels, bool present) {
 PulseDeviceIO::PulseDeviceIO(PulseConnection& connection, AudioObjectID device, const PulseDeviceIOSetup& setup)
     : fConnection(connection), fDevice(device), fSetup(setup),
       fFrames(std::clamp<UInt32>(setup.frames, 1, kMaxFrames)), fIndex(setup.index) {
-    fPending.resize(size_t{kPendingPeriods} * kMaxFrames * setup.channels);
+    fRing.Allocate(size_t{kRingPeriods} * kMaxFrames, setup.channels);
     fInput.Allocate(Layout(setup.channels, setup.input), kMaxFrames);
     fMix.Allocate(Layout(setup.channels, !setup.input), kMaxFrames);
     fScratch.Allocate(Layout(setup.channels, !setup.input), kMaxFrames);
@@ -126,10 +126,10 @@ void PulseDeviceIO::Run() {
     bool failed = false;
     bool running = false;
     for (std::optional<uint32_t> index; (index = AwaitProcs(failed));) {
-        bool up;
-        {
+        bool up = fStreamUp;
+        if (!fStream) {
             PulseConnection::Lock lock(fConnection);
-            up = fStream ? Usable() : Connect(*index);
+            up = Connect(*index);
         }
         if (up && !running) SetRunning(running = true);
         const UInt32 frames = fFrames;
@@ -141,6 +141,7 @@ void PulseDeviceIO::Run() {
             live = Live();
         }
         if (moved && !fSetup.input) moved = Play(frames);
+        moved = moved && fStreamUp;
         failed = !moved;
         if (failed || !live) {
             PulseConnection::Lock lock(fConnection);
@@ -173,126 +174,111 @@ bool PulseDeviceIO::Connect(uint32_t index) {
     int connected;
     if (fSetup.input) {
         attributes.fragsize = period;
-        pa_stream_set_read_callback(fStream, &OnStreamData, this);
+        pa_stream_set_read_callback(fStream, &OnRecorded, this);
         connected = pa_stream_connect_record(fStream, device.c_str(), &attributes, flags);
     } else {
         attributes.tlength = 2 * period;
         attributes.minreq = period;
-        pa_stream_set_write_callback(fStream, &OnStreamData, this);
+        pa_stream_set_write_callback(fStream, &OnWanted, this);
         connected = pa_stream_connect_playback(fStream, device.c_str(), &attributes, flags, nullptr, nullptr);
     }
     if (connected == 0) {
         while (pa_stream_get_state(fStream) == PA_STREAM_CREATING && !fClosing) fConnection.Wait();
     }
-    if (Usable()) return true;
+    fStreamUp = Usable();
+    if (fStreamUp) return true;
     Disconnect();
     return false;
 }
 
 void PulseDeviceIO::Disconnect() {
-    fPendingFrames = 0;
-    if (!fStream) return;
-    pa_stream_set_state_callback(fStream, nullptr, nullptr);
-    pa_stream_set_read_callback(fStream, nullptr, nullptr);
-    pa_stream_set_write_callback(fStream, nullptr, nullptr);
-    pa_stream_disconnect(fStream);
-    pa_stream_unref(fStream);
-    fStream = nullptr;
+    if (fStream) {
+        pa_stream_set_state_callback(fStream, nullptr, nullptr);
+        pa_stream_set_read_callback(fStream, nullptr, nullptr);
+        pa_stream_set_write_callback(fStream, nullptr, nullptr);
+        pa_stream_disconnect(fStream);
+        pa_stream_unref(fStream);
+        fStream = nullptr;
+    }
+    fStreamUp = false;
+    fOwed = false;
+    fRing.Clear();
 }
 
 bool PulseDeviceIO::Usable() const { return fStream && pa_stream_get_state(fStream) == PA_STREAM_READY; }
 
-void PulseDeviceIO::OnStream(pa_stream*, void* self) {
+size_t PulseDeviceIO::FrameBytes() const { return size_t{fSetup.channels} * sizeof(Float32); }
+
+void PulseDeviceIO::OnStream(pa_stream* stream, void* self) {
     auto* io = static_cast<PulseDeviceIO*>(self);
+    io->fStreamUp = pa_stream_get_state(stream) == PA_STREAM_READY;
     io->fConnection.Signal(); // Connect waits on the loop for the stream's state
     io->Notify();
 }
 
-void PulseDeviceIO::OnStreamData(pa_stream*, size_t, void* self) { static_cast<PulseDeviceIO*>(self)->Notify(); }
+void PulseDeviceIO::OnRecorded(pa_stream* stream, size_t, void* self) {
+    auto* io = static_cast<PulseDeviceIO*>(self);
+    const void* data = nullptr;
+    size_t bytes = 0;
+    while (pa_stream_peek(stream, &data, &bytes) == 0 && bytes > 0) {
+        // A hole in the recording (no data) is silence; what finds no room
+        // (the I/O thread fell far behind) is dropped.
+        io->fRing.Write(static_cast<const Float32*>(data), bytes / io->FrameBytes());
+        pa_stream_drop(stream);
+    }
+    if (io->fRing.Available() >= io->fFrames) io->Notify();
+}
+
+void PulseDeviceIO::OnWanted(pa_stream* stream, size_t bytes, void* self) {
+    auto* io = static_cast<PulseDeviceIO*>(self);
+    io->Feed(stream, bytes);
+    io->Notify();
+}
+
+void PulseDeviceIO::Feed(pa_stream* stream, size_t bytes) {
+    size_t frames = std::min(bytes / FrameBytes(), fRing.Available());
+    while (frames > 0) {
+        // The server's own memory: no copy of ours is made on the way.
+        void* to = nullptr;
+        size_t room = frames * FrameBytes();
+        if (pa_stream_begin_write(stream, &to, &room) < 0 || !to) break;
+        const size_t read = fRing.Read(static_cast<Float32*>(to), std::min(frames, room / FrameBytes()));
+        if (read == 0 || pa_stream_write(stream, to, read * FrameBytes(), nullptr, 0, PA_SEEK_RELATIVE) < 0) {
+            pa_stream_cancel_write(stream);
+            break;
+        }
+        frames -= read;
+    }
+    const size_t wanted = pa_stream_writable_size(stream);
+    fOwed = wanted != static_cast<size_t>(-1) && wanted >= FrameBytes();
+}
 
 bool PulseDeviceIO::Record(UInt32 frames) {
-    while (true) {
-        {
-            PulseConnection::Lock lock(fConnection);
-            while (fPendingFrames < frames) {
-                if (fClosing || !Usable()) return false;
-                const void* data = nullptr;
-                size_t bytes = 0;
-                if (pa_stream_peek(fStream, &data, &bytes) < 0) return false;
-                if (bytes == 0) break;
-                Keep(data, bytes);
-                pa_stream_drop(fStream);
-            }
-        }
-        if (fPendingFrames >= frames) break;
+    while (fRing.Available() < frames) {
+        if (fClosing || !fStreamUp) return false;
         AwaitStream();
     }
-    TakeInput(frames);
+    fRing.Read(static_cast<Float32*>(fInput.Prepare(frames).mBuffers[0].mData), frames);
     return true;
 }
 
-void PulseDeviceIO::Keep(const void* data, size_t bytes) {
-    const size_t channels = fSetup.channels;
-    const size_t capacity = fPending.size() / channels;
-    size_t frames = bytes / (channels * sizeof(Float32));
-    const auto* samples = static_cast<const Float32*>(data);
-    if (frames > capacity) {
-        if (samples) samples += (frames - capacity) * channels;
-        frames = capacity;
-    }
-    if (fPendingFrames + frames > capacity) {
-        const size_t dropped = fPendingFrames + frames - capacity;
-        std::copy(fPending.begin() + dropped * channels, fPending.begin() + fPendingFrames * channels,
-                  fPending.begin());
-        fPendingFrames -= dropped;
-    }
-    Float32* to = fPending.data() + fPendingFrames * channels;
-    // A hole in the recording (no data) is silence.
-    if (samples)
-        std::copy(samples, samples + frames * channels, to);
-    else
-        std::fill(to, to + frames * channels, 0.0f);
-    fPendingFrames += frames;
-}
-
-void PulseDeviceIO::TakeInput(UInt32 frames) {
-    const size_t samples = size_t{frames} * fSetup.channels;
-    AudioBufferList& input = fInput.Prepare(frames);
-    std::memcpy(input.mBuffers[0].mData, fPending.data(), samples * sizeof(Float32));
-    std::copy(fPending.begin() + samples, fPending.begin() + fPendingFrames * fSetup.channels, fPending.begin());
-    fPendingFrames -= frames;
-}
-
 bool PulseDeviceIO::AwaitRoom(UInt32 frames) {
-    const size_t bytes = size_t{frames} * fSetup.channels * sizeof(Float32);
-    while (true) {
-        {
-            PulseConnection::Lock lock(fConnection);
-            if (fClosing || !Usable()) return false;
-            const size_t room = pa_stream_writable_size(fStream);
-            if (room == static_cast<size_t>(-1)) return false;
-            if (room >= bytes) return true;
-        }
+    // A period ahead of the server's requests, so that they find it ready.
+    while (fRing.Available() >= frames || fRing.Room() < frames) {
+        if (fClosing || !fStreamUp) return false;
         AwaitStream();
     }
+    return !fClosing && fStreamUp;
 }
 
 bool PulseDeviceIO::Play(UInt32 frames) {
-    const auto* from = static_cast<const uint8_t*>(fMix.Prepare(frames).mBuffers[0].mData);
-    size_t left = size_t{frames} * fSetup.channels * sizeof(Float32);
+    fRing.Write(static_cast<const Float32*>(fMix.Prepare(frames).mBuffers[0].mData), frames);
+    if (!fOwed) return true;
+    // The server asked for more than there was (at the start, or after this
+    // thread ran late) and waits for it: handed over from here.
     PulseConnection::Lock lock(fConnection);
-    while (left > 0) {
-        if (!Usable()) return false;
-        // The server's own memory: no copy of ours is made on the way.
-        void* to = nullptr;
-        size_t bytes = left;
-        if (pa_stream_begin_write(fStream, &to, &bytes) < 0 || !to) return false;
-        bytes = std::min(bytes, left);
-        std::memcpy(to, from, bytes);
-        if (pa_stream_write(fStream, to, bytes, nullptr, 0, PA_SEEK_RELATIVE) < 0) return false;
-        from += bytes;
-        left -= bytes;
-    }
+    if (!Usable()) return false;
+    Feed(fStream, pa_stream_writable_size(fStream));
     return true;
 }
 

@@ -13,6 +13,7 @@
 #include "CoreAudio/AudioHardware.h"
 #include "DeviceIOProcs.h"
 #include "PulseConnection.h"
+#include "PulseFrameRing.h"
 
 namespace qcp::coreaudio::pulse {
 
@@ -29,8 +30,10 @@ struct PulseDeviceIOSetup {
 // calls the device's started procs once per cycle of buffer-frame-size
 // frames, paced by the server. A source's cycle comes when a period has been
 // recorded (the stream asks for fragments of one period); a sink's when the
-// server has room for a period (the stream keeps two periods queued), so the
-// procs are pulled at the sink's own clock.
+// period rendered last has been taken by the server (the stream keeps two
+// periods queued, the ring one more ready), so the procs are pulled at the
+// sink's own clock. The connection loop's thread moves the data between the
+// stream and a lock-free ring in the stream's callbacks.
 //
 // Made by the layer for a device's first StartDeviceIO, on any thread but the
 // connection loop's, and kept until the layer goes. Start, Stop, Configure
@@ -83,14 +86,15 @@ private:
     bool Connect(uint32_t index);
     void Disconnect();
     bool Usable() const;
-    // Move one period between the stream and the buffers, waiting for the
-    // server; false when the stream failed or the object is closing.
+    // Move one period between the ring and the buffers, waiting for the
+    // stream; false when it failed or the object is closing.
     bool Record(UInt32 frames);
     bool AwaitRoom(UInt32 frames);
     bool Play(UInt32 frames);
-    // Keeps what the server recorded; the oldest goes when it overflows.
-    void Keep(const void* data, size_t bytes);
-    void TakeInput(UInt32 frames);
+    // With the loop's lock held: hands the server what the ring has of the
+    // `bytes` it wants.
+    void Feed(pa_stream* stream, size_t bytes);
+    size_t FrameBytes() const;
     // Calls the procs: fMutex held.
     void Cycle(UInt32 frames);
     AudioTimeStamp TimeAt(Float64 sample, int64_t micros) const;
@@ -98,8 +102,11 @@ private:
     // connection loop's signal would wake every waiter on the connection.
     void Notify();
     void AwaitStream();
+    // The loop's thread moves the stream's data, so that the I/O thread
+    // never wakes it: a source's into the ring, a sink's out of it.
     static void OnStream(pa_stream* stream, void* self);
-    static void OnStreamData(pa_stream* stream, size_t bytes, void* self);
+    static void OnRecorded(pa_stream* stream, size_t bytes, void* self);
+    static void OnWanted(pa_stream* stream, size_t bytes, void* self);
 
     PulseConnection& fConnection;
     const AudioObjectID fDevice;
@@ -127,10 +134,13 @@ private:
     std::condition_variable fStreamChanged;
     bool fStreamNews = false; // under fNewsMutex: data, room or state since the thread last looked
 
+    // Recorded frames to the I/O thread, or rendered ones to the server.
+    PulseFrameRing fRing;
+    std::atomic<bool> fStreamUp{false};
+    std::atomic<bool> fOwed{false}; // the server wants more than the ring had
+
     // The I/O thread's own.
     pa_stream* fStream = nullptr; // with the loop's lock
-    std::vector<Float32> fPending; // recorded, not yet handed to the procs
-    size_t fPendingFrames = 0;
     OwnedBufferList fInput;
     OwnedBufferList fMix;
     OwnedBufferList fScratch;
