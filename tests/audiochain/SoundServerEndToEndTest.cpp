@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "AllocationWatch.h"
 #include "AudioDeviceLayer.h"
 #include "AudioUnitTestSupport.h"
 #include "CaptureDriver.h"
@@ -207,6 +208,16 @@ TEST_P(SoundServerEndToEnd, APlayedToneArrivesInPacketsAndStillReachesTheSpeaker
     EXPECT_GT(Peak(speakers), DbfsToLevel(-18));
     std::lock_guard lock(host.mutex);
     for (const uint32_t size : host.sizes) ASSERT_EQ(size, 7200u);
+}
+
+TEST_P(SoundServerEndToEnd, NothingAllocatesOnTheAudioThread) {
+    Start();
+    AllocationWatch watch;
+    QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AllocationWatch::Arrived, &watch);
+    const auto tone = Play(440);
+    ASSERT_TRUE(WaitFor([&] { return watch.allocations >= 0; }, 20s));
+    QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AllocationWatch::Arrived, nullptr);
+    EXPECT_EQ(watch.allocations, 0) << "from the server's data to the host's callback, over 30 packets";
 }
 
 TEST_P(SoundServerEndToEnd, TheDefaultSinkChosenDuringCaptureGetsThePlayThrough) {
