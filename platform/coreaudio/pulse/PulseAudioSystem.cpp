@@ -43,6 +43,11 @@ constexpr int64_t kRetryMicros = 1'000'000;
 // session manager decides): it is asked again until it tells it, for a while.
 constexpr int64_t kDefaultPatienceMicros = 500'000;
 constexpr int64_t kDefaultPollMicros = 1'000;
+// A server that came back may load some devices (a session manager, its
+// start-up commands) a little after it answers: they are awaited this long,
+// looked for this often, before what is missing is taken as gone.
+constexpr int64_t kSettleMicros = 3'000'000;
+constexpr int64_t kSettleTickMicros = 100'000;
 constexpr int kInformation = 0, kError = 1;
 constexpr auto kEvents =
     static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SOURCE |
@@ -74,23 +79,39 @@ bool PulseAudioSystem::Connect() {
     const bool returning = fLost;
     if (returning) ForEachIO([](PulseDeviceIO& io, const PulseDevice*) { io.Hold(); });
     const OSStatus status = fConnection.Run([this](pa_context* context) {
-        fHearingAll = true;
         PulseConnection::Forget(pa_context_get_sink_info_list(context, &OnSinkInfo, this));
         PulseConnection::Forget(pa_context_get_source_info_list(context, &OnSourceInfo, this));
         return pa_context_get_server_info(context, &OnServerInfo, this);
     });
     if (status != kAudioHardwareNoError) return false;
     if (returning) {
-        ForEachIO([](PulseDeviceIO& io, const PulseDevice* device) {
-            if (device) io.Revive(device->info.index);
-        });
+        fSettleUntil = zTime::MicroNow() + kSettleMicros;
         fDefaultsPending = true;
     }
     fLost = false;
     fLoaded = true;
-    if (returning) UserLog(kInformation, "the sound server is back; capture carries on.");
-    SetChosenDefaults();
+    if (returning) {
+        UserLog(kInformation, "the sound server is back; capture carries on.");
+        Settle();
+    }
     return true;
+}
+
+void PulseAudioSystem::Settle() {
+    ForEachIO([](PulseDeviceIO& io, const PulseDevice* device) {
+        if (device && !device->missing) io.Revive(device->info.index);
+    });
+    SetChosenDefaults();
+    if (zTime::MicroNow() < fSettleUntil) return;
+    // What has not come back by now is gone.
+    Changes changes;
+    {
+        std::lock_guard lock(fMutex);
+        fDevices.DropMissing(changes);
+    }
+    fListeners.Notify(changes);
+    fSettleUntil = 0;
+    SetChosenDefaults();
 }
 
 void PulseAudioSystem::ForEachIO(const std::function<void(PulseDeviceIO&, const PulseDevice*)>& action) {
@@ -109,25 +130,31 @@ void PulseAudioSystem::ForEachIO(const std::function<void(PulseDeviceIO&, const 
 
 void PulseAudioSystem::SetChosenDefaults() {
     if (!fDefaultsPending) return;
+    const bool settling = fSettleUntil != 0;
+    bool set = true;
     std::vector<PulseRequest> defaults;
     {
         std::lock_guard lock(fMutex);
         for (const auto& [name, input] : {std::pair{fChosenSink, false}, std::pair{fChosenSource, true}}) {
-            const PulseDevice* device = name.empty() ? nullptr : fDevices.FindName(name);
+            if (name.empty()) continue;
+            const PulseDevice* device = fDevices.FindName(name);
+            // One still missing may yet come back while the server settles.
+            if (!device || device->missing || device->info.input != input) {
+                set = set && !settling;
+                continue;
+            }
             const auto selector =
                 input ? kAudioHardwarePropertyDefaultInputDevice : kAudioHardwarePropertyDefaultOutputDevice;
-            if (device && device->info.input == input && fDevices.Default(selector) != device->id) {
-                PulseRequest request;
-                request.kind = input ? PulseRequest::Kind::DefaultSource : PulseRequest::Kind::DefaultSink;
-                request.input = input;
-                request.index = device->info.index;
-                request.name = name;
-                defaults.push_back(std::move(request));
-            }
+            if (fDevices.Default(selector) == device->id) continue;
+            PulseRequest request;
+            request.kind = input ? PulseRequest::Kind::DefaultSource : PulseRequest::Kind::DefaultSink;
+            request.input = input;
+            request.index = device->info.index;
+            request.name = name;
+            defaults.push_back(std::move(request));
         }
     }
-    bool set = true;
-    // A server just started may refuse for a moment: tried again a second later.
+    // A server just started may refuse for a moment: tried again later.
     for (const PulseRequest& request : defaults) set = Carry(request) == kAudioHardwareNoError && set;
     fDefaultsPending = !set;
 }
@@ -138,10 +165,13 @@ void PulseAudioSystem::KeepConnecting() {
         lock.unlock();
         if (!IsRunning())
             Connect();
+        else if (fSettleUntil != 0)
+            Settle();
         else
             SetChosenDefaults();
         lock.lock();
-        zTime::WaitUntil(fRetry, lock, zTime::MicroNow() + kRetryMicros, [this] { return fClosing; });
+        const int64_t wait = fSettleUntil != 0 ? kSettleTickMicros : kRetryMicros;
+        zTime::WaitUntil(fRetry, lock, zTime::MicroNow() + wait, [this] { return fClosing; });
     }
 }
 
@@ -204,12 +234,10 @@ void PulseAudioSystem::OnServerInfo(pa_context*, const pa_server_info* info, voi
             else
                 system->fDevices.Update(heard.info, changes);
         }
-        if (system->fHearingAll) system->fDevices.DropMissing(changes);
         if (info)
             system->fDevices.SetDefaults(info->default_sink_name ? info->default_sink_name : "",
                                          info->default_source_name ? info->default_source_name : "", changes);
     }
-    system->fHearingAll = false;
     system->fHeard.clear();
     system->fListeners.Notify(changes);
 }

@@ -69,7 +69,8 @@ namespace qcp::coreaudio::pulse {
 // thread of its own. The user log says when the server went away and when
 // it is back. A server that comes back is the same system restarted, not new
 // hardware: its devices with the names they had keep their ids, and their
-// running I/O carries on; those it no longer has go as unplugged devices do.
+// running I/O carries on; those it does not have within a few seconds go as
+// unplugged devices do.
 // The defaults this process last set are set again, since a restarted server
 // may have forgotten them. Aggregate devices are combine sinks, as
 // PulseAggregates.h says.
@@ -127,8 +128,12 @@ private:
     // Calls `action` with each device's I/O and the device, null when it
     // has gone; no lock held.
     void ForEachIO(const std::function<void(PulseDeviceIO&, const PulseDevice*)>& action);
-    // After a server came back: the defaults this process chose, again.
+    // After a server came back: the defaults this process chose, again
+    // (pending until set, and while settling until their devices are back).
     void SetChosenDefaults();
+    // While a server that came back settles: the I/O of devices that are
+    // back carries on; once it has settled, those still missing go.
+    void Settle();
     // The retry thread.
     void KeepConnecting();
     // A device's I/O, once it has been started; kept until the layer goes.
@@ -145,12 +150,12 @@ private:
     mutable std::mutex fMutex;
     PulseDevices fDevices;     // under fMutex
     std::vector<Heard> fHeard; // the loop's thread only
-    bool fHearingAll = false;  // the loop's: the device lists asked for are whole
     std::atomic<bool> fLoaded{false};
     std::atomic<bool> fLost{false};
     const std::string fServer;
     std::string fChosenSink, fChosenSource; // under fMutex: what SetPropertyData set
     std::atomic<bool> fDefaultsPending{false};
+    std::atomic<int64_t> fSettleUntil{0}; // while a server that came back settles
     std::mutex fRetryMutex;
     std::condition_variable fRetry;
     bool fClosing = false; // under fRetryMutex

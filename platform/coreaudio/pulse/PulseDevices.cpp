@@ -53,16 +53,12 @@ bool PulseDevices::CanBeDefault(const PulseDevice& device, AudioObjectPropertySe
 }
 
 void PulseDevices::Update(const PulseDeviceInfo& info, Changes& changes) {
+    if (fGone.count({info.input, info.index})) return;
     auto known = std::find_if(fDevices.begin(), fDevices.end(), [&info](const auto& device) {
         return device.info.input == info.input &&
                (device.missing ? device.info.name == info.name : device.info.index == info.index);
     });
-    if (known != fDevices.end() && known->missing) {
-        // A late answer about what is being remade, on its way out.
-        if (known->remadeFrom == info.index) return;
-        known->missing = false;
-        known->remadeFrom = PA_INVALID_INDEX;
-    }
+    if (known != fDevices.end()) known->missing = false;
     if (known == fDevices.end()) {
         PulseDevice device;
         device.id = fNextID++;
@@ -97,6 +93,7 @@ void PulseDevices::Update(const PulseDeviceInfo& info, Changes& changes) {
 }
 
 void PulseDevices::Remove(bool input, uint32_t index, Changes& changes) {
+    fGone.insert({input, index});
     auto found = std::find_if(fDevices.begin(), fDevices.end(), [&](const auto& device) {
         return !device.missing && device.info.input == input && device.info.index == index;
     });
@@ -104,6 +101,7 @@ void PulseDevices::Remove(bool input, uint32_t index, Changes& changes) {
 }
 
 void PulseDevices::Erase(std::vector<PulseDevice>::iterator device, Changes& changes) {
+    if (!device->missing) fGone.insert({device->info.input, device->info.index});
     const AudioObjectID id = device->id;
     const bool wasVisible = device->visible;
     fDevices.erase(device);
@@ -120,12 +118,14 @@ void PulseDevices::SetDefaults(std::string sink, std::string source, Changes& ch
 
 void PulseDevices::Suspend() {
     for (PulseDevice& device : fDevices) device.missing = true;
+    // A new server numbers its objects afresh.
+    fGone.clear();
 }
 
 void PulseDevices::Remake(AudioObjectID id) {
     if (PulseDevice* device = Find(id)) {
         device->missing = true;
-        device->remadeFrom = device->info.index;
+        fGone.insert({device->info.input, device->info.index});
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 #include <pulse/def.h>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,6 @@ struct PulseDevice {
     bool visible = true;
     bool canBeDefault = true;
     bool missing = false; // the server went away, or it is being remade; not heard of since
-    uint32_t remadeFrom = PA_INVALID_INDEX; // while remade: the server index it had
     std::vector<std::string> subDevices; // an aggregate's, as last set
 };
 
@@ -94,6 +94,10 @@ private:
     void ResolveDefaults(Changes& changes);
 
     AudioObjectID fNextID = 32;
+    // Server objects that have gone (sources apart from sinks): a late
+    // answer about one is not taken for a device. The server does not reuse
+    // an index until it restarts.
+    std::set<std::pair<bool, uint32_t>> fGone;
     std::vector<PulseDevice> fDevices; // in the order they were heard of
     std::string fDefaultSink;
     std::string fDefaultSource;
