@@ -1,6 +1,7 @@
 // Delivering a frame to the host allocates nothing: the record is filled in
 // place and the surface's id travels by address.
 #include <atomic>
+#include <mutex>
 
 #include "AllocationCounter.h"
 #include "CaptureFixture.h"
@@ -52,7 +53,14 @@ TEST(FramePosting, AWarmQueueTakesWorkWithoutAllocating) {
     zQueue queue("posting");
     std::atomic<int> ran{0};
     auto post = [&] { queue.Async([&ran] { ++ran; }); };
-    for (int i = 0; i < 64; ++i) post(); // the ring grows to its working size
+    // The worker waits at the gate while 64 pile up, so the ring grows to
+    // hold them whatever the threads' timing.
+    std::mutex gate;
+    {
+        const std::unique_lock held(gate);
+        queue.Async([&gate] { const std::lock_guard pass(gate); });
+        for (int i = 0; i < 64; ++i) post();
+    }
     queue.Sync([] {});
 
     int allocations = 0;
