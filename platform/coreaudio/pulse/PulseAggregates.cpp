@@ -3,48 +3,24 @@
 #include <algorithm>
 #include <cstring>
 
+#include "CFText.h"
 #include "CoreFoundation/CoreFoundation.h"
 #include "PulseAudioSystem.h"
 
 namespace qcp::coreaudio::pulse {
-namespace {
-
-std::string TextOf(CFTypeRef string) {
-    if (!string || CFGetTypeID(string) != CFStringGetTypeID()) return {};
-    const char* text = CFStringGetCStringPtr(static_cast<CFStringRef>(string), kCFStringEncodingUTF8);
-    return text ? text : "";
-}
-
-std::string Lookup(CFDictionaryRef dictionary, const char* key) {
-    const CFStringRef name = CFStringCreateWithCString(kCFAllocatorDefault, key, kCFStringEncodingUTF8);
-    std::string text = TextOf(CFDictionaryGetValue(dictionary, name));
-    CFRelease(name);
-    return text;
-}
-
-} // namespace
 
 AggregateDescription DescriptionOf(UInt32 qualifierSize, const void* qualifier) {
     if (qualifierSize != sizeof(CFDictionaryRef) || !qualifier) return {};
     CFDictionaryRef dictionary;
     std::memcpy(&dictionary, qualifier, sizeof dictionary);
     if (!dictionary || CFGetTypeID(dictionary) != CFDictionaryGetTypeID()) return {};
-    return {Lookup(dictionary, kAudioAggregateDeviceUIDKey), Lookup(dictionary, kAudioAggregateDeviceNameKey)};
+    return {TextForKey(dictionary, kAudioAggregateDeviceUIDKey), TextForKey(dictionary, kAudioAggregateDeviceNameKey)};
 }
 
 bool IsAggregateAction(AudioObjectID object, const AudioObjectPropertyAddress& address) {
     return object == kPlugInID && address.mElement == kAudioObjectPropertyElementMain &&
            (address.mSelector == kAudioPlugInCreateAggregateDevice ||
             address.mSelector == kAudioPlugInDestroyAggregateDevice);
-}
-
-bool StringsOf(const void* data, std::vector<std::string>& strings) {
-    CFArrayRef array;
-    std::memcpy(&array, data, sizeof array);
-    if (!array || CFGetTypeID(array) != CFArrayGetTypeID()) return false;
-    strings.clear();
-    for (CFIndex i = 0; i < CFArrayGetCount(array); ++i) strings.push_back(TextOf(CFArrayGetValueAtIndex(array, i)));
-    return true;
 }
 
 std::string CombineSinkArguments(const AggregateDescription& description, const std::vector<std::string>& sinks) {

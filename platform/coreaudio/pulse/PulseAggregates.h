@@ -22,8 +22,6 @@ struct AggregateDescription {
 };
 // A creation's qualifier: a CFDictionaryRef with the name and UID keys.
 AggregateDescription DescriptionOf(UInt32 qualifierSize, const void* qualifier);
-// The strings of a CFArrayRef; false when `array` is none.
-bool StringsOf(const void* array, std::vector<std::string>& strings);
 // The combine sink's module arguments.
 std::string CombineSinkArguments(const AggregateDescription& description, const std::vector<std::string>& sinks);
 

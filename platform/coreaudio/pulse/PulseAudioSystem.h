@@ -31,7 +31,7 @@ namespace qcp::coreaudio::pulse {
 // (a monitor is part of its sink, not a device). A device's id lasts while
 // the server object does; one that comes back gets a new id. Its UID is the
 // server's name for it, its name the description, its streams' channels
-// those of its channel map, its nominal rate that of its sample spec; the
+// those of its channel map, its nominal rate that of its sample format; the
 // rate can be "set" only to what it is, since the server picks rates. The
 // buffer frame size starts at 512 frames, as a hardware device's would, or
 // at the configured latency when that is shorter, and is kept by the layer,

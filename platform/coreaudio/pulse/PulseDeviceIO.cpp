@@ -157,13 +157,13 @@ bool PulseDeviceIO::Connect(uint32_t index) {
     pa_context* context = fConnection.Context();
     if (index == PA_INVALID_INDEX) return false; // held
     if (!context || pa_context_get_state(context) != PA_CONTEXT_READY) return false;
-    const pa_sample_spec spec{PA_SAMPLE_FLOAT32NE, static_cast<uint32_t>(fSetup.rate),
-                              static_cast<uint8_t>(fSetup.channels)};
-    if (!pa_sample_spec_valid(&spec)) return false;
-    fStream = pa_stream_new(context, "device I/O", &spec, nullptr);
+    const pa_sample_spec format{PA_SAMPLE_FLOAT32NE, static_cast<uint32_t>(fSetup.rate),
+                                static_cast<uint8_t>(fSetup.channels)};
+    if (!pa_sample_spec_valid(&format)) return false;
+    fStream = pa_stream_new(context, "device I/O", &format, nullptr);
     if (!fStream) return false;
     pa_stream_set_state_callback(fStream, &OnStream, this);
-    const auto period = static_cast<uint32_t>(pa_frame_size(&spec) * fFrames);
+    const auto period = static_cast<uint32_t>(pa_frame_size(&format) * fFrames);
     pa_buffer_attr attributes{};
     attributes.maxlength = attributes.tlength = attributes.prebuf = attributes.minreq = attributes.fragsize =
         static_cast<uint32_t>(-1);
@@ -268,7 +268,7 @@ bool PulseDeviceIO::AwaitRoom(UInt32 frames) {
         if (fClosing || !fStreamUp) return false;
         AwaitStream();
     }
-    return !fClosing && fStreamUp;
+    return true;
 }
 
 bool PulseDeviceIO::Play(UInt32 frames) {

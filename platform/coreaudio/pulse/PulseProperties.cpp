@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "AudioDeviceLayer.h"
+#include "CFText.h"
 #include "CaptureDriver.h"
 #include "PulseAggregates.h"
 #include "CoreFoundation/CoreFoundation.h"
@@ -72,12 +73,6 @@ Value Of(Kind kind, std::string text = {}, bool flag = false, bool settable = fa
     }
     value.text = std::move(text);
     return value;
-}
-
-std::string TextOf(CFTypeRef string) {
-    if (!string || CFGetTypeID(string) != CFStringGetTypeID()) return {};
-    const char* text = CFStringGetCStringPtr(static_cast<CFStringRef>(string), kCFStringEncodingUTF8);
-    return text ? text : "";
 }
 
 bool IsDirection(AudioObjectPropertyScope scope) {
@@ -220,24 +215,12 @@ OSStatus Translate(const PulseDevices& devices, AudioObjectPropertySelector sele
     return kAudioHardwareNoError;
 }
 
-CFStringRef MakeString(const std::string& text) {
-    return CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8);
-}
-
 // A value of a CF kind, owned by the caller.
 CFTypeRef MakeObject(const Value& value) {
     switch (value.kind) {
     case Kind::Boolean: return value.flag ? kCFBooleanTrue : kCFBooleanFalse;
     case Kind::String: return MakeString(value.text);
-    default: {
-        CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
-        for (const auto& text : value.texts) {
-            const CFStringRef string = MakeString(text);
-            CFArrayAppendValue(array, string);
-            CFRelease(string);
-        }
-        return array;
-    }
+    default: return MakeStringArray(value.texts);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "AudioDeviceLayer.h"
+#include "CFText.h"
 #include "CaptureDriver.h"
 #include "CoreFoundation/CoreFoundation.h"
 
@@ -84,12 +85,6 @@ Value Boolean(bool flag) {
     Value value = Of(Kind::Boolean, true);
     value.flag = flag;
     return value;
-}
-
-std::string TextOf(CFTypeRef string) {
-    if (!string || CFGetTypeID(string) != CFStringGetTypeID()) return {};
-    const char* text = CFStringGetCStringPtr(static_cast<CFStringRef>(string), kCFStringEncodingUTF8);
-    return text ? text : "";
 }
 
 bool IsDirection(AudioObjectPropertyScope scope) {
@@ -264,15 +259,9 @@ OSStatus CreateAggregate(SimAudioState& state, UInt32 qualifierSize, const void*
     if (qualifierSize != sizeof(CFDictionaryRef) || !qualifier) return kAudioHardwareIllegalOperationError;
     const auto description = *static_cast<const CFDictionaryRef*>(qualifier);
     if (!description || CFGetTypeID(description) != CFDictionaryGetTypeID()) return kAudioHardwareIllegalOperationError;
-    const auto lookUp = [description](const char* key) {
-        const CFStringRef name = CFStringCreateWithCString(kCFAllocatorDefault, key, kCFStringEncodingUTF8);
-        std::string text = TextOf(CFDictionaryGetValue(description, name));
-        CFRelease(name);
-        return text;
-    };
     SimAudioDeviceSetup setup;
-    setup.uid = lookUp(kAudioAggregateDeviceUIDKey);
-    setup.name = lookUp(kAudioAggregateDeviceNameKey);
+    setup.uid = TextForKey(description, kAudioAggregateDeviceUIDKey);
+    setup.name = TextForKey(description, kAudioAggregateDeviceNameKey);
     if (setup.uid.empty()) return kAudioHardwareIllegalOperationError;
     const AudioObjectID id = state.Add(std::move(setup), true, changes);
     if (id == kAudioObjectUnknown) return kAudioHardwareIllegalOperationError;
@@ -291,17 +280,9 @@ OSStatus DestroyAggregate(SimAudioState& state, const void* data, SimAudioChange
 
 CFTypeRef MakeObject(const Value& value) {
     switch (value.kind) {
-    case Kind::String: return CFStringCreateWithCString(kCFAllocatorDefault, value.text.c_str(), kCFStringEncodingUTF8);
+    case Kind::String: return MakeString(value.text);
     case Kind::Boolean: return value.flag ? kCFBooleanTrue : kCFBooleanFalse;
-    default: {
-        CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
-        for (const auto& text : value.texts) {
-            const CFStringRef string = CFStringCreateWithCString(kCFAllocatorDefault, text.c_str(), kCFStringEncodingUTF8);
-            CFArrayAppendValue(array, string);
-            CFRelease(string);
-        }
-        return array;
-    }
+    default: return MakeStringArray(value.texts);
     }
 }
 
@@ -359,11 +340,8 @@ OSStatus SetDevice(SimAudioState& state, SimAudioDevice& device, const AudioObje
         return kAudioHardwareNoError;
     }
     case kAudioAggregateDevicePropertyFullSubDeviceList: {
-        CFArrayRef array;
-        std::memcpy(&array, data, sizeof array);
-        if (!array || CFGetTypeID(array) != CFArrayGetTypeID()) return kAudioHardwareIllegalOperationError;
         std::vector<std::string> uids;
-        for (CFIndex i = 0; i < CFArrayGetCount(array); ++i) uids.push_back(TextOf(CFArrayGetValueAtIndex(array, i)));
+        if (!StringsOf(data, uids)) return kAudioHardwareIllegalOperationError;
         state.SetSubDevices(device, std::move(uids), changes);
         return kAudioHardwareNoError;
     }
