@@ -74,6 +74,16 @@ std::optional<std::string> ReadClassName(Display* display, Window window) {
     return name;
 }
 
+std::optional<std::string> ReadClientMachine(Display* display, Window window) {
+    Atom type = None;
+    std::optional<std::string> machine = ReadBytes(display, window, XA_WM_CLIENT_MACHINE, &type);
+    if (!machine) return std::nullopt;
+    // Some clients count the C string's terminator in.
+    while (!machine->empty() && machine->back() == '\0') machine->pop_back();
+    if (machine->empty()) return std::nullopt;
+    return type == XA_STRING ? Latin1ToUtf8(*machine) : *machine;
+}
+
 std::string Latin1ToUtf8(const std::string& text) {
     std::string utf8;
     utf8.reserve(text.size());

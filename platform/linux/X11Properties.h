@@ -25,6 +25,9 @@ std::optional<std::string> ReadBytes(Display* display, Window window, Atom prope
 std::optional<std::string> ReadTitle(Display* display, Window window, const X11Atoms& atoms);
 // The class part of WM_CLASS ("Firefox" of "Navigator", "Firefox").
 std::optional<std::string> ReadClassName(Display* display, Window window);
+// WM_CLIENT_MACHINE: the host the client runs on, as the client names it
+// (ICCCM: STRING, Latin-1, converted). None when unset or empty.
+std::optional<std::string> ReadClientMachine(Display* display, Window window);
 
 // ISO 8859-1 bytes as UTF-8.
 std::string Latin1ToUtf8(const std::string& text);

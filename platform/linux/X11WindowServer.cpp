@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <fstream>
 
+#include "X11ClientIdentity.h"
 #include "X11ErrorTrap.h"
 #include "X11Properties.h"
 
@@ -128,10 +129,16 @@ std::optional<WindowInfo> X11WindowServer::Describe(Window client, const X11Moni
     WindowInfo info;
     info.number = uint32_t(client);
     info.title = X11Properties::ReadTitle(display, client, fLink->atoms);
+    std::optional<unsigned long> claimedPID;
     if (auto pid = X11Properties::ReadLongs(display, client, fLink->atoms.netWmPid, XA_CARDINAL); pid && !pid->empty())
-        info.ownerPID = int32_t(pid->front());
-    info.ownerName = ProcessName(info.ownerPID);
-    if (!info.ownerName) info.ownerName = X11Properties::ReadClassName(display, client);
+        claimedPID = pid->front();
+    const std::optional<std::string> className = X11Properties::ReadClassName(display, client);
+    const X11ClientIdentity::Owner owner =
+        X11ClientIdentity::Identify(claimedPID, className, X11Properties::ReadClientMachine(display, client),
+                                    X11ClientIdentity::LocalHostName());
+    info.ownerPID = owner.id;
+    if (owner.isProcess) info.ownerName = ProcessName(owner.id);
+    if (!info.ownerName) info.ownerName = className;
     info.bounds = {double(frame->x - main.x), double(frame->y - main.y), double(frame->width), double(frame->height)};
     info.onScreen = frame->viewable && OnCurrentDesktop(client, currentDesktop) && !HiddenOrMinimised(client);
     return info;

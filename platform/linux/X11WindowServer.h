@@ -16,7 +16,10 @@ namespace qcp::platform::x11 {
 // The window list from the window manager (EWMH): the clients in
 // _NET_CLIENT_LIST_STACKING, front to back. A window's number is its client
 // window id; its title is _NET_WM_NAME, else WM_NAME; its owner is
-// _NET_WM_PID, named by /proc/PID/comm, else by its WM_CLASS class; its
+// _NET_WM_PID of a client on this machine, named by /proc/PID/comm, else by
+// its WM_CLASS class, or for a client without a usable pid (none, or another
+// machine's) its client program: a synthetic id per WM_CLASS class and
+// WM_CLIENT_MACHINE, named by the class (see X11ClientIdentity); its
 // bounds are the client with the window manager's decorations
 // (_NET_FRAME_EXTENTS), relative to the main monitor's top-left corner; it
 // is on screen when viewable, on the current desktop, not hidden and not

@@ -54,6 +54,10 @@ Window TestDesktop::Open(const Options& options, uint32_t rgb, int x, int y, int
     if (options.pid != 0)
         XChangeProperty(fDisplay, window, XInternAtom(fDisplay, "_NET_WM_PID", False), XA_CARDINAL, 32, PropModeReplace,
                         reinterpret_cast<const unsigned char*>(&options.pid), 1);
+    if (!options.clientMachine.empty())
+        XChangeProperty(fDisplay, window, XA_WM_CLIENT_MACHINE, XA_STRING, 8, PropModeReplace,
+                        reinterpret_cast<const unsigned char*>(options.clientMachine.data()),
+                        int(options.clientMachine.size()));
     XClassHint classHint{const_cast<char*>("qcptest"), const_cast<char*>(options.windowClass.c_str())};
     XSetClassHint(fDisplay, window, &classHint);
     XMapWindow(fDisplay, window);

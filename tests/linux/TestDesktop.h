@@ -23,6 +23,7 @@ public:
         std::string title;                   // _NET_WM_NAME
         long pid = 0;                        // _NET_WM_PID; 0: not set
         std::string windowClass = "QcpTest"; // class part of WM_CLASS
+        std::string clientMachine = {};      // WM_CLIENT_MACHINE; empty: not set
     };
     // A client rectangle in root pixels.
     struct Area {

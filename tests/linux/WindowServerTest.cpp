@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "TestDesktop.h"
+#include "X11ClientIdentity.h"
 #include "X11WindowServer.h"
 
 using namespace qcp::platform;
@@ -34,7 +35,8 @@ TEST_F(WindowServerTest, ListsClientsFrontToBackWithTitleOwnerBoundsAndOnScreenF
     EXPECT_EQ(g.ownerName, "QcpTest"); // no _NET_WM_PID: the class names the owner
     EXPECT_TRUE(g.onScreen);
     const WindowInfo& b = all[2];
-    EXPECT_EQ(b.ownerPID, kNoSuchProcess);
+    // No process can have that pid: the client program owns the window.
+    EXPECT_EQ(b.ownerPID, qcp::platform::x11::X11ClientIdentity::ProgramID("QcpClass", ""));
     EXPECT_EQ(b.ownerName, "QcpClass"); // no such process: the class names the owner
     const WindowInfo& a = all[3];
     EXPECT_EQ(a.title, "Alpha");
