@@ -168,6 +168,20 @@ TEST(AudioAnalysis, FindsLostAudioButNotJitterOrABurstAfterAStall) {
     EXPECT_NEAR(result.gapTotalMs, 112.5, 0.01);
 }
 
+TEST(AudioAnalysis, TellsWhenTheSoundBeganByTheEarliestArrivals) {
+    // Packets arrive late by varying amounts, two of them on time: the sound
+    // began one packet before the first arrival, less none of the lateness.
+    AudioAnalysis analysis(48000, 2);
+    const std::vector<int16_t> silence(kPacketBytes / 2, 0);
+    const uint64_t began = 3'000'000;
+    for (uint64_t i = 0; i < 10; ++i) {
+        const uint64_t late = i == 3 || i == 7 ? 0 : 4000 + 500 * i;
+        analysis.Packet(kPacketBytes, began + (i + 1) * kPacketMicros + late);
+        analysis.Samples(silence.data(), silence.size() / 2);
+    }
+    EXPECT_NEAR(analysis.result().startMicros, double(began), 1);
+}
+
 TEST(AudioAnalysis, MeasuresPeakRecentLevelAndFrequency) {
     AudioAnalysis analysis(48000, 2);
     // 1.5 s of a loud 1234.5 Hz tone, then 1.2 s of a quiet 300 Hz one.

@@ -20,6 +20,10 @@ AudioAnalysis::AudioAnalysis(uint32_t rate, uint32_t channels) : fRate(rate), fC
 void AudioAnalysis::Packet(uint32_t bytes, uint64_t arrivalMicros) {
     const double arrival = double(arrivalMicros);
     const double lengthMicros = bytes / (2.0 * fChannels) * 1e6 / fRate;
+    // The audio cannot have been heard after it arrived, so it began no later
+    // than each arrival less all the audio up to the packet's end.
+    const double heardFrom = arrival - (double(fResult.frames) * 1e6 / fRate + lengthMicros);
+    fResult.startMicros = fResult.packets == 0 ? heardFrom : std::min(fResult.startMicros, heardFrom);
     if (fResult.packets == 0) {
         fAudioEndMicros = arrival;
     } else if (const double missingMs = (arrival - lengthMicros - fAudioEndMicros) / 1000;

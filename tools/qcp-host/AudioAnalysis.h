@@ -26,6 +26,9 @@ public:
         uint64_t packets = 0;
         std::map<uint32_t, uint64_t> sizes; // bytes -> packets
         uint64_t frames = 0;
+        // When the first sample was heard, on the host's steady clock in
+        // microseconds: the latest start no packet's arrival contradicts.
+        double startMicros = 0;
         uint64_t gaps = 0;
         double gapTotalMs = 0, gapLongestMs = 0;
         double peakDbfs = -INFINITY;   // of the whole recording; -inf for silence

@@ -1,6 +1,6 @@
 // `qcp-host capture`: captures a display, a region or a window through the
 // settings record and, when asked, the system audio; records what reaches the
-// host's video and audio callbacks, and reports it.
+// host's video and audio callbacks in true time, and reports it.
 #include <unistd.h>
 
 #include <chrono>
@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "AudioMux.h"
 #include "AudioRecorder.h"
 #include "AudioReport.h"
 #include "CaptureOptions.h"
@@ -22,6 +23,7 @@
 #include "Displays.h"
 #include "FrameRecorder.h"
 #include "PluginSettings.h"
+#include "StopSignals.h"
 #include "WindowCatalogue.h"
 
 namespace qcphost {
@@ -32,21 +34,25 @@ struct Session {
     PluginLibrary* plugin = nullptr;
     CaptureStats stats;
     FrameRecorder* recorder = nullptr;
-    uint64_t start = 0;
+    uint64_t start = 0; // microseconds on the steady clock
+
+    double SecondsSince(uint64_t micros) const { return micros > start ? (micros - start) / 1e6 : 0; }
 
     static void Arrived(void* context, QCP_VideoBuffer* frame) {
         auto* session = static_cast<Session*>(context);
+        const uint64_t now = CaptureStats::NowMicros();
         const bool noFeed = frame->width == 1280 && frame->height == 720 && session->IsPlaceholder(frame);
         session->stats.Add(frame->width, frame->height, noFeed ? 0 : frame->timeStamp, noFeed);
         if (noFeed || !frame->surfaceId) return;
+        // A frame keeps its capture time; one without a usable stamp, its arrival.
+        const uint64_t captured = frame->timeStamp != 0 && frame->timeStamp <= now ? frame->timeStamp : now;
         PluginLibrary& plugin = *session->plugin;
         QCP_Surface* surface = plugin.QCP_SurfaceLookup(*frame->surfaceId);
         if (!surface) return;
         plugin.QCP_SurfaceLock(surface);
         session->recorder->Offer(static_cast<const uint8_t*>(plugin.QCP_SurfaceGetBaseAddress(surface)),
                                  plugin.QCP_SurfaceGetWidth(surface), plugin.QCP_SurfaceGetHeight(surface),
-                                 plugin.QCP_SurfaceGetBytesPerRow(surface),
-                                 (CaptureStats::NowMicros() - session->start) / 1e6);
+                                 plugin.QCP_SurfaceGetBytesPerRow(surface), session->SecondsSince(captured));
         plugin.QCP_SurfaceUnlock(surface);
         plugin.QCP_SurfaceRelease(surface);
     }
@@ -66,25 +72,51 @@ struct Session {
     }
 };
 
-void Progress(double elapsed, const std::optional<CaptureStats::Summary>& video, uint64_t dropped,
-              const AudioRecorder* audio) {
-    std::fprintf(stderr, "\r  %5.1f s", elapsed);
-    if (video)
-        std::fprintf(stderr, "  %6llu frames  %5.1f per second  %llu dropped", (unsigned long long)video->frames,
-                     elapsed > 0 ? video->frames / elapsed : 0.0, (unsigned long long)dropped);
-    if (audio) {
-        const AudioRecorder::Progress now = audio->progress();
-        std::fprintf(stderr, "  %5llu packets  ", (unsigned long long)now.packets);
-        if (std::isfinite(now.recentPeakDbfs))
-            std::fprintf(stderr, "%6.1f dBFS", now.recentPeakDbfs);
-        else
-            std::fprintf(stderr, "silence  ");
-    }
-    std::fprintf(stderr, " ");
-}
+// The progress line: rewritten in place on a terminal, one plain line a
+// second when stderr is a file or a pipe.
+class Progress {
+public:
+    Progress() : fTerminal(isatty(STDERR_FILENO) == 1) {}
 
-// Refuses a capture whose display or window is not there: one line on
-// stderr and the exit status, or 0.
+    void Tick(int tick, double elapsed, const std::optional<CaptureStats::Summary>& video, uint64_t dropped,
+              const AudioRecorder* audio) {
+        if (tick % (fTerminal ? 25 : 50) == 0) Show(elapsed, video, dropped, audio);
+    }
+    void Show(double elapsed, const std::optional<CaptureStats::Summary>& video, uint64_t dropped,
+              const AudioRecorder* audio) {
+        std::string line = Format("%5.1f s", elapsed);
+        if (video)
+            line += Format("  %6llu frames  %5.1f per second  %llu dropped by the recorder",
+                           (unsigned long long)video->frames, elapsed > 0 ? video->frames / elapsed : 0.0,
+                           (unsigned long long)dropped);
+        if (audio) {
+            const AudioRecorder::Progress now = audio->progress();
+            line += Format("  %5llu packets  ", (unsigned long long)now.packets);
+            line += std::isfinite(now.recentPeakDbfs) ? Format("%6.1f dBFS", now.recentPeakDbfs) : "silence  ";
+        }
+        std::fprintf(stderr, fTerminal ? "\r  %s \x1b[K" : "  %s\n", line.c_str());
+        fShown = true;
+    }
+    // Ends the line in place before anything else is printed.
+    void Close() {
+        if (fTerminal && fShown) std::fputc('\n', stderr);
+        fShown = false;
+    }
+
+private:
+    template <class... Values>
+    static std::string Format(const char* format, Values... values) {
+        char text[160];
+        std::snprintf(text, sizeof text, format, values...);
+        return text;
+    }
+
+    const bool fTerminal;
+    bool fShown = false;
+};
+
+// Refuses a capture whose display, region or window is not there: one line
+// on stderr and the exit status, or 0.
 int CheckScreen(PluginLibrary& plugin, const CaptureOptions& options) {
     // Without a display there is nothing to record, window or not.
     const int displays = CountDisplays(plugin);
@@ -106,20 +138,33 @@ int CheckScreen(PluginLibrary& plugin, const CaptureOptions& options) {
     return 0;
 }
 
+// A folder that the files can go into; false with the reason printed.
+bool OutputFolder(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (!error && !std::filesystem::is_directory(path, error)) error = std::make_error_code(std::errc::not_a_directory);
+    if (!error && access(path.c_str(), W_OK) != 0) error = std::error_code(errno, std::generic_category());
+    if (!error) return true;
+    std::fprintf(stderr, "qcp-host: cannot write into %s: %s\n", path.c_str(), error.message().c_str());
+    return false;
+}
+
 void PrintVideo(const CaptureStats::Summary& summary, double elapsed, const FrameRecorder& recorder,
                 const CaptureOptions& options) {
-    std::printf("frames: %llu in %.2f s (%.1f per second), dropped: %llu, no-feed frames: %llu\n",
-                (unsigned long long)summary.frames, elapsed, summary.frames / elapsed,
-                (unsigned long long)recorder.dropped(), (unsigned long long)summary.noFeed);
+    std::printf("frames: %llu in %.2f s (%.1f per second), no-feed frames: %llu\n", (unsigned long long)summary.frames,
+                elapsed, summary.frames / elapsed, (unsigned long long)summary.noFeed);
     for (const auto& [size, count] : summary.sizes)
         std::printf("  %u x %u: %llu frames\n", size.first, size.second, (unsigned long long)count);
-    std::printf("interval: mean %.2f ms, worst %.2f ms; capture to callback: mean %.2f ms, worst %.2f ms\n",
-                summary.meanIntervalMs, summary.worstIntervalMs, summary.meanLatencyMs, summary.worstLatencyMs);
+    if (recorder.dropped() > 0)
+        std::printf("dropped by the recorder: %llu frames (this host fell behind; the plug-in delivered them)\n",
+                    (unsigned long long)recorder.dropped());
+    std::printf("interval: mean %.2f ms, worst %.2f ms", summary.meanIntervalMs, summary.worstIntervalMs);
+    if (summary.latencySamples > 0)
+        std::printf("; capture to callback: mean %.2f ms, worst %.2f ms\n", summary.meanLatencyMs,
+                    summary.worstLatencyMs);
+    else
+        std::printf("; capture to callback: no time stamps\n");
     std::printf("PNG frames: %zu in %s\n", recorder.pngFiles().size(), options.output.c_str());
-    if (!recorder.videoFile().empty())
-        std::printf("video: %s\n", recorder.videoFile().c_str());
-    else if (options.video)
-        std::printf("video: none (%s)\n", recorder.videoProblem().empty() ? "no frames" : recorder.videoProblem().c_str());
 }
 
 } // namespace
@@ -134,12 +179,7 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
     if (options.screen()) {
         if (const int refused = CheckScreen(plugin, options)) return refused;
     }
-    std::error_code ignored;
-    std::filesystem::create_directories(options.output, ignored);
-    if (access(options.output.c_str(), W_OK) != 0) {
-        std::fprintf(stderr, "qcp-host: cannot write into %s\n", options.output.c_str());
-        return 1;
-    }
+    if (!OutputFolder(options.output)) return 1;
 
     std::optional<AudioRecorder> audio;
     if (options.audio) {
@@ -149,14 +189,15 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
             return 1;
         }
     }
+    const StopSignals stop;
     std::optional<FrameRecorder> recorder;
     Session session;
+    session.plugin = &plugin;
+    session.start = CaptureStats::NowMicros();
     const char* source = "qcp-host capture";
     if (options.screen()) {
         recorder.emplace(FrameRecorder::Options{options.output, options.pngInterval, options.video, 60});
-        session.plugin = &plugin;
         session.recorder = &*recorder;
-        session.start = CaptureStats::NowMicros();
         plugin.QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, source);
         plugin.QCP_RegisterVideoDataArrivedCallback(QCP_SCREEN_DEVICE_ID, source, &Session::Arrived, &session);
         ApplySettings(plugin, source, options.Settings());
@@ -166,51 +207,75 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
         return session.stats.Snapshot();
     };
     const auto droppedFrames = [&] { return recorder ? recorder->dropped() : 0; };
-
-    // Audio starts and stops as close to the timed loop as it can, so that it
-    // lasts about --duration whatever setting the screen up takes.
     if (audio)
         plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, &*audio);
-    const auto begin = std::chrono::steady_clock::now();
+
+    Progress progress;
     double elapsed = 0;
-    for (int tick = 0; elapsed < options.seconds; ++tick) {
+    for (int tick = 0; elapsed < options.seconds && !stop.received(); ++tick) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+        elapsed = session.SecondsSince(CaptureStats::NowMicros());
         const std::optional<CaptureStats::Summary> now = videoNow();
-        if (tick % 25 == 0) Progress(elapsed, now, droppedFrames(), audio ? &*audio : nullptr);
+        progress.Tick(tick, elapsed, now, droppedFrames(), audio ? &*audio : nullptr);
         if (now && options.frames && now->frames >= options.frames) break;
     }
+    elapsed = session.SecondsSince(CaptureStats::NowMicros());
+    if (stop.received()) {
+        progress.Close();
+        std::fprintf(stderr, "qcp-host: %s: ending the capture and writing what was recorded\n", stop.name());
+    }
+    if (recorder) {
+        // Frames still arriving are refused from here: the video ends now.
+        recorder->Finish(elapsed);
+        plugin.QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, source);
+    }
     if (audio) {
-        // No call follows the clearing, so the recorder may finish.
+        // No call follows the clearing, so the recorder may finish. Sound
+        // past the video's end is cut when the two are put together.
         plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, nullptr);
         audio->Finish();
     }
-    if (recorder) {
-        plugin.QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, source);
-        recorder->Finish();
-    }
 
     const std::optional<CaptureStats::Summary> summary = videoNow();
-    Progress(elapsed, summary, droppedFrames(), audio ? &*audio : nullptr);
-    std::fprintf(stderr, "\n");
-    char seconds[64];
-    std::snprintf(seconds, sizeof seconds, "{\n  \"seconds\": %.3f", elapsed);
-    std::string json = seconds;
+    progress.Show(elapsed, summary, droppedFrames(), audio ? &*audio : nullptr);
+    progress.Close();
+    std::string failure;
+    std::string video = recorder ? recorder->videoFile() : "";
+    if (!video.empty() && audio && audio->result().packets > 0 &&
+        !MuxAudio(video, audio->path(), session.SecondsSince(uint64_t(audio->result().startMicros)),
+                  recorder->videoSeconds(), error))
+        failure = "the sound could not be put into " + video + ": " + error;
+
+    char seconds[96];
+    std::snprintf(seconds, sizeof seconds, "{\n  \"seconds\": %.3f,\n  \"stopped_by\": ", elapsed);
+    std::string json = seconds + (stop.received() ? "\"" + std::string(stop.name()) + "\"" : std::string("null"));
     if (summary) {
         PrintVideo(*summary, elapsed, *recorder, options);
         json += ",\n" + CaptureStats::JsonFields(*summary, elapsed, recorder->dropped());
+        if (!video.empty()) {
+            std::printf("video: %s (%.2f s%s)\n", video.c_str(), recorder->videoSeconds(),
+                        audio && failure.empty() ? ", with the sound" : "");
+            char videoJson[64];
+            std::snprintf(videoJson, sizeof videoJson, ",\n  \"video_seconds\": %.3f", recorder->videoSeconds());
+            json += videoJson;
+        } else if (options.video) {
+            const std::string problem = recorder->videoProblem().empty() ? "no frames" : recorder->videoProblem();
+            std::printf("video: none (%s)\n", problem.c_str());
+            // Without ffmpeg there is no video to make; any other reason is a failure.
+            if (summary->frames > 0 && ChildProcess::Installed("ffmpeg")) failure = "no video written: " + problem;
+        }
     }
     if (audio) {
         std::fputs(AudioLines(*audio).c_str(), stdout);
         json += ",\n  \"audio\": " + AudioJson(*audio);
     }
     const std::string jsonFile = options.output + "/summary.json";
-    std::ofstream(jsonFile) << json << "\n}\n";
-    std::printf("summary: %s\n", jsonFile.c_str());
+    if (std::ofstream(jsonFile) << json << "\n}\n")
+        std::printf("summary: %s\n", jsonFile.c_str());
+    else
+        failure += (failure.empty() ? "" : "; ") + ("cannot write " + jsonFile);
 
-    std::string failure;
-    if (summary && summary->frames == 0)
-        failure = options.region.empty() ? "no video arrived" : "no video arrived; the region may lie outside the display";
+    if (summary && summary->frames == 0) failure = "no video arrived";
     if (audio && !AudioFailure(*audio).empty())
         failure += (failure.empty() ? "" : "; ") + AudioFailure(*audio);
     if (failure.empty()) return 0;

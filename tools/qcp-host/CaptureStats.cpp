@@ -13,11 +13,11 @@ uint64_t CaptureStats::NowMicros() {
 void CaptureStats::Add(uint32_t width, uint32_t height, uint64_t captured, bool noFeed) {
     const uint64_t now = NowMicros();
     std::lock_guard lock(fMutex);
-    ++fSummary.sizes[{width, height}];
     if (noFeed) {
         ++fSummary.noFeed;
         return;
     }
+    ++fSummary.sizes[{width, height}];
     if (fSummary.frames > 0) {
         const double interval = (now - fLastFrame) / 1000.0;
         fIntervalTotal += interval;
@@ -49,18 +49,19 @@ std::string CaptureStats::JsonFields(const Summary& s, double seconds, uint64_t 
         sizes += entry;
     }
     // The sizes go in apart: any number of them fits.
-    char counts[256], timing[512];
+    char counts[256], timing[256], latency[256] = "null";
     std::snprintf(counts, sizeof counts,
-                  "  \"frames\": %llu,\n  \"frames_per_second\": %.2f,\n  \"dropped\": %llu,\n"
+                  "  \"frames\": %llu,\n  \"frames_per_second\": %.2f,\n  \"recorder_dropped\": %llu,\n"
                   "  \"no_feed_frames\": %llu,\n",
                   (unsigned long long)s.frames, seconds > 0 ? s.frames / seconds : 0.0, (unsigned long long)dropped,
                   (unsigned long long)s.noFeed);
-    std::snprintf(timing, sizeof timing,
-                  ",\n  \"mean_interval_ms\": %.3f,\n  \"worst_interval_ms\": %.3f,\n"
-                  "  \"mean_latency_ms\": %.3f,\n  \"worst_latency_ms\": %.3f,\n  \"latency_samples\": %llu",
-                  s.meanIntervalMs, s.worstIntervalMs, s.meanLatencyMs, s.worstLatencyMs,
-                  (unsigned long long)s.latencySamples);
-    return counts + ("  \"sizes\": [" + sizes + "]") + timing;
+    std::snprintf(timing, sizeof timing, ",\n  \"mean_interval_ms\": %.3f,\n  \"worst_interval_ms\": %.3f,\n",
+                  s.meanIntervalMs, s.worstIntervalMs);
+    // Without time stamps there is no latency to tell, not a latency of 0.
+    if (s.latencySamples > 0)
+        std::snprintf(latency, sizeof latency, "{\"mean_ms\": %.3f, \"worst_ms\": %.3f, \"samples\": %llu}",
+                      s.meanLatencyMs, s.worstLatencyMs, (unsigned long long)s.latencySamples);
+    return counts + ("  \"sizes\": [" + sizes + "]") + timing + "  \"capture_to_callback\": " + latency;
 }
 
 } // namespace qcphost

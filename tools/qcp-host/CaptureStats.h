@@ -14,8 +14,8 @@ class CaptureStats {
 public:
     struct Summary {
         uint64_t frames = 0;   // video frames
-        uint64_t noFeed = 0;   // placeholder frames
-        std::map<std::pair<uint32_t, uint32_t>, uint64_t> sizes;
+        uint64_t noFeed = 0;   // placeholder frames, counted apart from the video's
+        std::map<std::pair<uint32_t, uint32_t>, uint64_t> sizes; // of the video frames: they add up to `frames`
         double meanIntervalMs = 0, worstIntervalMs = 0;
         double meanLatencyMs = 0, worstLatencyMs = 0;
         uint64_t latencySamples = 0;
@@ -27,7 +27,8 @@ public:
     Summary Snapshot() const;
 
     static uint64_t NowMicros();
-    // The summary as the members of a JSON object, one a line.
+    // The summary as the members of a JSON object, one a line; `dropped` are
+    // the frames the host's recorder could not keep.
     static std::string JsonFields(const Summary& summary, double seconds, uint64_t dropped);
 
 private:

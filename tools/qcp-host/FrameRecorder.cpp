@@ -1,6 +1,8 @@
 #include "FrameRecorder.h"
 
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include "PngWriter.h"
 
@@ -10,7 +12,14 @@ FrameRecorder::FrameRecorder(Options options) : fOptions(std::move(options)), fF
     fWriter = std::thread([this] { Run(); });
 }
 
-FrameRecorder::~FrameRecorder() { Finish(); }
+FrameRecorder::~FrameRecorder() {
+    double end = 0;
+    {
+        std::lock_guard lock(fMutex);
+        end = fLastSeconds;
+    }
+    Finish(end);
+}
 
 void FrameRecorder::Offer(const uint8_t* pixels, uint32_t width, uint32_t height, uint32_t bytesPerRow,
                           double seconds) {
@@ -25,13 +34,15 @@ void FrameRecorder::Offer(const uint8_t* pixels, uint32_t width, uint32_t height
             return;
         }
         if (png) fNextPng = seconds + fOptions.pngInterval;
-        if (fVideoWidth == 0 && fOptions.video) {
+        if (video && fVideoWidth == 0) {
             fVideoWidth = width;
             fVideoHeight = height;
         }
+        fLastSeconds = std::max(fLastSeconds, seconds);
         frame = std::move(fFree.back());
         fFree.pop_back();
         frame.png = png;
+        frame.video = video;
     }
     // The copy happens outside the lock; buffers keep their capacity.
     frame.pixels.resize(size_t(width) * height * 4);
@@ -47,24 +58,22 @@ void FrameRecorder::Offer(const uint8_t* pixels, uint32_t width, uint32_t height
     fWake.notify_one();
 }
 
-void FrameRecorder::Finish() {
+void FrameRecorder::Finish(double endSeconds) {
     {
         std::lock_guard lock(fMutex);
+        if (fFinishing) return;
         fFinishing = true;
+        fLastSeconds = endSeconds;
     }
     fWake.notify_one();
     if (fWriter.joinable()) fWriter.join();
-    if (fVideo) {
-        pclose(fVideo);
-        fVideo = nullptr;
-    }
 }
 
 void FrameRecorder::Run() {
     std::unique_lock lock(fMutex);
     for (;;) {
         fWake.wait(lock, [this] { return fFinishing || !fFull.empty(); });
-        if (fFull.empty()) return;
+        if (fFull.empty()) break;
         Frame frame = std::move(fFull.front());
         fFull.pop_front();
         lock.unlock();
@@ -72,45 +81,96 @@ void FrameRecorder::Run() {
         lock.lock();
         fFree.push_back(std::move(frame));
     }
+    const double end = fLastSeconds;
+    lock.unlock();
+    EndVideo(end);
+}
+
+void FrameRecorder::Write(Frame& frame) {
+    if (frame.png) WritePngFile(frame);
+    if (!frame.video) return;
+    const uint64_t repeats = fTimeline.Arrive(frame.seconds);
+    if (fHeld) {
+        WriteVideo(*fHeld, repeats);
+        std::swap(frame, *fHeld); // the frame shown until now goes back to the free buffers
+    } else {
+        fHeld = std::move(frame);
+    }
+}
+
+void FrameRecorder::WritePngFile(const Frame& frame) {
+    char name[64];
+    std::snprintf(name, sizeof name, "/frame-%06.2fs.png", frame.seconds);
+    const std::string path = fOptions.directory + name;
+    // Under another name until whole, so that no reader sees half a file.
+    const std::string partial = path + ".part";
+    std::error_code error;
+    if (WritePng(partial, frame.pixels.data(), frame.width, frame.height) &&
+        (std::filesystem::rename(partial, path, error), !error)) {
+        std::lock_guard lock(fMutex);
+        fPngFiles.push_back(path);
+    } else {
+        std::filesystem::remove(partial, error);
+    }
 }
 
 bool FrameRecorder::StartVideo(uint32_t width, uint32_t height) {
-    if (std::system("command -v ffmpeg >/dev/null 2>&1") != 0) {
-        fVideoProblem = "ffmpeg is not installed";
+    if (!ChildProcess::Installed("ffmpeg")) {
+        Fail("ffmpeg is not installed");
         return false;
     }
-    const std::string path = fOptions.directory + "/capture.mp4";
-    const std::string command = "ffmpeg -loglevel error -y -f rawvideo -pix_fmt bgra -s " + std::to_string(width) +
-                                "x" + std::to_string(height) + " -r " + std::to_string(int(fOptions.frameRate)) +
-                                " -i - -vf 'pad=ceil(iw/2)*2:ceil(ih/2)*2' -c:v libx264 -preset veryfast -pix_fmt yuv420p '" + path +
-                                "'";
-    fVideo = popen(command.c_str(), "w");
-    if (!fVideo) {
-        fVideoProblem = "ffmpeg could not be started";
+    const std::string rate = std::to_string(int(fOptions.frameRate));
+    std::string error;
+    fEncoder.emplace();
+    if (!fEncoder->Start({"ffmpeg", "-hide_banner", "-loglevel", "error", "-y", "-f", "rawvideo", "-pix_fmt", "bgra",
+                          "-s", std::to_string(width) + "x" + std::to_string(height), "-framerate", rate, "-i", "-",
+                          "-vf", "pad=ceil(iw/2)*2:ceil(ih/2)*2", "-c:v", "libx264", "-preset", "veryfast",
+                          "-pix_fmt", "yuv420p", "-r", rate, fOptions.directory + "/capture.mp4"},
+                         true, error)) {
+        fEncoder.reset();
+        Fail(error);
         return false;
     }
-    fVideoFile = path;
     return true;
 }
 
-void FrameRecorder::Write(const Frame& frame) {
-    if (frame.png) {
-        char name[64];
-        std::snprintf(name, sizeof name, "/frame-%06.2fs.png", frame.seconds);
-        const std::string path = fOptions.directory + name;
-        if (WritePng(path, frame.pixels.data(), frame.width, frame.height)) {
-            std::lock_guard lock(fMutex);
-            fPngFiles.push_back(path);
-        }
+void FrameRecorder::WriteVideo(const Frame& frame, uint64_t times) {
+    if (times == 0) return;
+    if (!fEncoder) {
+        std::lock_guard lock(fMutex);
+        if (!fVideoProblem.empty()) return;
     }
-    if (!fOptions.video || frame.width != fVideoWidth || frame.height != fVideoHeight) return;
-    if (!fVideo && fVideoProblem.empty() && !StartVideo(frame.width, frame.height)) return;
-    if (fVideo && std::fwrite(frame.pixels.data(), 1, frame.pixels.size(), fVideo) != frame.pixels.size()) {
-        pclose(fVideo);
-        fVideo = nullptr;
-        fVideoFile.clear();
-        fVideoProblem = "ffmpeg stopped reading frames";
+    if (!fEncoder && !StartVideo(frame.width, frame.height)) return;
+    for (uint64_t i = 0; i < times; ++i) {
+        if (fEncoder->Write(frame.pixels.data(), frame.pixels.size())) continue;
+        std::string reason;
+        fEncoder->Finish(reason);
+        fEncoder.reset();
+        Fail("ffmpeg stopped reading frames: " + reason);
+        return;
     }
+}
+
+void FrameRecorder::EndVideo(double endSeconds) {
+    if (fHeld) WriteVideo(*fHeld, fTimeline.End(endSeconds));
+    if (!fEncoder) return;
+    std::string reason;
+    const bool written = fEncoder->Finish(reason);
+    fEncoder.reset();
+    if (!written) {
+        Fail("ffmpeg failed: " + reason);
+        return;
+    }
+    std::lock_guard lock(fMutex);
+    fVideoFile = fOptions.directory + "/capture.mp4";
+    fVideoSeconds = fTimeline.seconds();
+}
+
+void FrameRecorder::Fail(std::string problem) {
+    std::error_code ignored;
+    std::filesystem::remove(fOptions.directory + "/capture.mp4", ignored);
+    std::lock_guard lock(fMutex);
+    if (fVideoProblem.empty()) fVideoProblem = std::move(problem);
 }
 
 uint64_t FrameRecorder::dropped() const {
@@ -123,7 +183,19 @@ std::vector<std::string> FrameRecorder::pngFiles() const {
     return fPngFiles;
 }
 
-std::string FrameRecorder::videoFile() const { return fVideoFile; }
-std::string FrameRecorder::videoProblem() const { return fVideoProblem; }
+std::string FrameRecorder::videoFile() const {
+    std::lock_guard lock(fMutex);
+    return fVideoFile;
+}
+
+std::string FrameRecorder::videoProblem() const {
+    std::lock_guard lock(fMutex);
+    return fVideoProblem;
+}
+
+double FrameRecorder::videoSeconds() const {
+    std::lock_guard lock(fMutex);
+    return fVideoSeconds;
+}
 
 } // namespace qcphost

@@ -1,20 +1,29 @@
 #pragma once
 #include <condition_variable>
 #include <cstdint>
-#include <cstdio>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "ChildProcess.h"
+#include "FrameTimeline.h"
+
 namespace qcphost {
 
 // Writes what a capture delivered: sampled frames as PNG files and, when
-// ffmpeg is installed, every frame of the first size seen into an MP4. The
-// capture threads only copy a frame into a free buffer; a writer thread of
-// its own does the slow work. When every buffer is busy the frame is
-// dropped, and counted.
+// ffmpeg is installed, the frames of the first size seen as an MP4 in true
+// time (each frame shown from its capture time until the next one's, at a
+// constant rate, so the video lasts as long as the capture).
+//
+// Offer runs on the plug-in's delivery threads and only copies the frame
+// into a free buffer; the recorder's own writer thread does the slow work.
+// When every buffer is busy the frame is dropped and counted: the recorder
+// fell behind, not the plug-in, and the frame before it stays on screen
+// longer. Finish is called once no more frames can be offered; the getters
+// may be called from any thread.
 class FrameRecorder {
 public:
     struct Options {
@@ -25,16 +34,20 @@ public:
     };
 
     explicit FrameRecorder(Options options);
-    ~FrameRecorder(); // finishes writing
+    ~FrameRecorder(); // finishes at the last frame's time
+    FrameRecorder(const FrameRecorder&) = delete;
+    FrameRecorder& operator=(const FrameRecorder&) = delete;
 
-    // From the capture thread: one frame of BGRA pixels.
+    // One frame of BGRA pixels, captured `seconds` after the capture began.
     void Offer(const uint8_t* pixels, uint32_t width, uint32_t height, uint32_t bytesPerRow, double seconds);
-    void Finish();
+    // Writes what is queued and ends the video `endSeconds` after the start.
+    void Finish(double endSeconds);
 
     uint64_t dropped() const;
     std::vector<std::string> pngFiles() const;
-    std::string videoFile() const; // empty when no video was written
-    std::string videoProblem() const;
+    std::string videoFile() const;      // empty unless a video was written whole
+    std::string videoProblem() const;   // why there is none
+    double videoSeconds() const;        // how long the video plays
 
 private:
     struct Frame {
@@ -42,12 +55,17 @@ private:
         uint32_t width = 0, height = 0;
         double seconds = 0;
         bool png = false;
+        bool video = false;
     };
     static constexpr size_t kBuffers = 8;
 
     void Run();
-    void Write(const Frame& frame);
+    void Write(Frame& frame);
+    void WritePngFile(const Frame& frame);
     bool StartVideo(uint32_t width, uint32_t height);
+    void WriteVideo(const Frame& frame, uint64_t times);
+    void EndVideo(double endSeconds);
+    void Fail(std::string problem);
 
     const Options fOptions;
     mutable std::mutex fMutex;
@@ -57,11 +75,16 @@ private:
     bool fFinishing = false;
     uint64_t fDropped = 0;
     double fNextPng = 0;
-    std::vector<std::string> fPngFiles;
-    FILE* fVideo = nullptr;
+    double fLastSeconds = 0;
     uint32_t fVideoWidth = 0, fVideoHeight = 0;
-    std::string fVideoFile;
-    std::string fVideoProblem;
+    std::vector<std::string> fPngFiles;
+    std::string fVideoFile, fVideoProblem;
+    double fVideoSeconds = 0;
+
+    // The writer thread's own.
+    std::optional<Frame> fHeld; // the video's latest frame, not written yet
+    FrameTimeline fTimeline{fOptions.frameRate};
+    std::optional<ChildProcess> fEncoder;
     std::thread fWriter;
 };
 
