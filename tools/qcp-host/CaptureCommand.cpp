@@ -190,6 +190,10 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
         }
     }
     const StopSignals stop;
+    // The sound first: starting it takes a while, and the video's time then
+    // begins with sound already flowing.
+    if (audio)
+        plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, &*audio);
     std::optional<FrameRecorder> recorder;
     Session session;
     session.plugin = &plugin;
@@ -207,8 +211,6 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
         return session.stats.Snapshot();
     };
     const auto droppedFrames = [&] { return recorder ? recorder->dropped() : 0; };
-    if (audio)
-        plugin.QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &AudioRecorder::Arrived, &*audio);
 
     Progress progress;
     double elapsed = 0;
