@@ -34,6 +34,7 @@ TEST(CaptureOptions, RejectsMalformedValues) {
         {"--duration", "inf"},       {"--duration", "3s"},        {"--frames", "0"},
         {"--frames", "2.5"},         {"--frames", "-3"},          {"--png-interval", "-1"},
         {"--window", "Ideas"},       {"--app", "Notes"},          {"--colour", "red"},
+        {"--display", "0.7"},        {"--duration", "-1"},        {"--region", "0,0,-1,-1"},
         {"--display"},
     };
     for (const auto& args : bad) {

@@ -208,7 +208,7 @@ TEST(DriverCommandScripts, RefuseBadUsage) {
              {"driver"}, {"driver", "repair"}, {"driver", "status", "now"}}) {
         const HostRun run = RunHost(args);
         EXPECT_EQ(run.status, 2);
-        EXPECT_EQ(run.err, "qcp-host: usage: driver status|install|uninstall\n");
+        EXPECT_EQ(run.err, "qcp-host: driver takes status, install or uninstall; qcp-host help driver shows its use\n");
     }
 }
 

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "HostRun.h"
 #include "SettingsRecord.h"
@@ -62,4 +64,134 @@ TEST(HostProgram, SaysSoWhenThereIsNoDisplay) {
     EXPECT_EQ(capture.status, 1);
     EXPECT_NE(capture.err.find(why), std::string::npos) << capture.err;
     EXPECT_EQ(capture.out.find("frames:"), std::string::npos) << "nothing is recorded: " << capture.out;
+}
+
+namespace {
+// Whether `text` is exactly one line.
+bool OneLine(const std::string& text) { return !text.empty() && text.find('\n') == text.size() - 1; }
+} // namespace
+
+TEST(HostProgram, EachCommandHasItsHelp) {
+    for (const std::string command : {"list", "settings", "capture", "driver"}) {
+        const HostRun help = RunHost({"help", command});
+        EXPECT_EQ(help.status, 0) << command << ": " << help.err;
+        EXPECT_TRUE(help.err.empty()) << help.err;
+        EXPECT_NE(help.out.find("usage: qcp-host [--plugin PATH] " + command), std::string::npos) << help.out;
+        for (const std::string flag : {"--help", "-h"}) {
+            const HostRun asked = RunHost({command, flag});
+            EXPECT_EQ(asked.status, 0) << command << " " << flag << ": " << asked.err;
+            EXPECT_EQ(asked.out, help.out) << command << " " << flag;
+        }
+    }
+    // Anywhere among capture's options, even where a value would go.
+    const HostRun late = RunHost({"capture", "--cursor", "off", "--window", "-h", "--app", "Notes"});
+    EXPECT_EQ(late.status, 0) << late.err;
+    EXPECT_NE(late.out.find("usage: qcp-host [--plugin PATH] capture"), std::string::npos) << late.out;
+}
+
+TEST(HostProgram, CaptureHelpGivesEveryOptionItsDefault) {
+    const std::string help = RunHost({"capture", "--help"}).out;
+    for (const std::string option :
+         {"--display N", "(default 0)", "--region", "(default: the whole display)", "--window TITLE --app APP",
+          "--game", "--cursor on|off", "(default on)", "--duration SECONDS", "(default 3)", "--frames N",
+          "(default: by time only)", "--output DIR", "(default capture-out)", "--png-interval SECONDS", "(default 1)",
+          "--no-video", "--audio", "(default off)", "dominant", "variable frame rate", "SIGTERM",
+          "\"dropped\"", "temporary name", "130"})
+        EXPECT_NE(help.find(option), std::string::npos) << option << " missing from\n" << help;
+}
+
+TEST(HostProgram, OverviewNamesTheCommands) {
+    const HostRun overview = RunHost({"--help"});
+    EXPECT_EQ(overview.status, 0);
+    for (const std::string word : {"list", "settings", "capture", "driver", "qcp-host help COMMAND", "--plugin PATH",
+                                   "QCP_PLATFORM"})
+        EXPECT_NE(overview.out.find(word), std::string::npos) << word;
+    EXPECT_EQ(RunHost({"help"}).out, overview.out);
+}
+
+TEST(HostProgram, BadUsageIsOneLine) {
+    const std::vector<std::pair<std::vector<std::string>, std::string>> bad = {
+        {{"frobnicate"}, "unknown command 'frobnicate'; qcp-host help lists them"},
+        {{}, "qcp-host help"},
+        {{"help", "frobnicate"}, "unknown command 'frobnicate'"},
+        {{"list", "--all"}, "qcp-host help list"},
+        {{"settings", "put", "S"}, "qcp-host help settings"},
+        {{"capture", "--colour", "red"}, "unknown option --colour"},
+        {{"capture", "--frames", "0"}, "--frames takes a positive count"},
+        {{"driver", "restart"}, "qcp-host help driver"},
+        {{"--verbose", "list"}, "unknown option '--verbose'"},
+        {{"--plugin"}, "--plugin needs a path"},
+        // Usage is judged before the plug-in is loaded.
+        {{"--plugin", "/nonexistent.so", "capture", "--display", "0.7"}, "--display takes a display index"},
+    };
+    for (const auto& [args, reason] : bad) {
+        const HostRun run = RunHost(args);
+        EXPECT_EQ(run.status, 2) << testing::PrintToString(args) << ": " << run.err;
+        EXPECT_TRUE(OneLine(run.err)) << testing::PrintToString(args) << ":\n" << run.err;
+        EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
+        EXPECT_TRUE(run.out.empty()) << run.out;
+    }
+}
+
+TEST(HostProgram, ListsDisplaysAndTranslatedNames) {
+    const HostRun run = RunHost({"list"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("pc-capture  category 8  \"Screen Capture\""), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("source \"System Audio Capture\"  \"System Audio\""), std::string::npos) << run.out;
+    EXPECT_EQ(run.out.find("obr_"), std::string::npos) << "no raw key is shown:\n" << run.out;
+    EXPECT_NE(run.out.find("  0  id 1  \"Simulated Display 27\"  1920 x 1080 points, scale 1 (1920 x 1080 pixels)"),
+              std::string::npos)
+        << run.out;
+    EXPECT_NE(run.out.find("  1  id 2  \"Simulated Display 19\"  1280 x 1024 points"), std::string::npos) << run.out;
+}
+
+namespace {
+std::string Record(const std::vector<std::pair<std::string, std::string>>& parameters) {
+    qcphost::SettingsRecord record;
+    for (const auto& [name, value] : parameters) record.Add(name, value);
+    return record.ToXml();
+}
+} // namespace
+
+TEST(HostProgram, SettingsAreCheckedAgainstWhatThePluginLists) {
+    const std::vector<std::pair<std::string, std::string>> refused = {
+        {"<source><parameter name=\"cursor\" value=\"true\"/></source>", "not a \"settings\" record"},
+        {Record({{"colour", "red"}}), "unknown parameter \"colour\""},
+        {Record({{"cursor", "yes"}}), "\"cursor\" takes true or false"},
+        {Record({{"Type", "99"}}), "\"Type\" 99 is not a capture type the plug-in lists (0, 1, 2)"},
+        {Record({{"capture_monitor", "2"}}), "\"capture_monitor\" 2 is not -1 or a display the plug-in lists (0, 1)"},
+        {Record({{"capture_monitor_state", "2"}}), "\"capture_monitor_state\" takes -1, 0"},
+        {Record({{"capture_monitor_region", "0, 0,99,99"}}), "\"capture_monitor_region\" takes LEFT,TOP,RIGHT,BOTTOM"},
+        {Record({{"capture_monitor", "1"}, {"capture_monitor_region", "0,0,1280,100"}}),
+         "region 0,0,1280,100 extends past display 1 (1280 x 1024 points)"},
+        {Record({{"capture_monitor_region", "5000,0,5100,100"}, {"capture_monitor", "0"}}),
+         "region 5000,0,5100,100 lies outside display 0 (1920 x 1080 points)"},
+    };
+    for (const auto& [xml, reason] : refused) {
+        const HostRun run = RunHost({"settings", "set", "S", xml});
+        EXPECT_EQ(run.status, 2) << xml << run.out;
+        EXPECT_TRUE(OneLine(run.err)) << run.err;
+        EXPECT_NE(run.err.find(reason), std::string::npos) << run.err;
+        EXPECT_TRUE(run.out.empty()) << run.out;
+    }
+
+    const HostRun corner = RunHost({"settings", "set", "S",
+                                    Record({{"Type", "0"},
+                                            {"capture_monitor", "1"},
+                                            {"capture_monitor_region", "0,0,1279,1023"},
+                                            {"capture_monitor_state", "1"}})});
+    ASSERT_EQ(corner.status, 0) << corner.err;
+    EXPECT_NE(corner.out.find("value=\"0,0,1279,1023\""), std::string::npos) << corner.out;
+    EXPECT_NE(corner.out.find("name=\"capture_monitor\" value=\"1\""), std::string::npos) << corner.out;
+
+    // What the plug-in writes it takes back.
+    const HostRun written = RunHost({"settings", "get", "S"});
+    ASSERT_EQ(written.status, 0) << written.err;
+    const HostRun again = RunHost({"settings", "set", "S", written.out});
+    EXPECT_EQ(again.status, 0) << again.err;
+
+    const HostRun none = RunHost(
+        {"settings", "set", "S",
+         Record({{"capture_monitor", "-1"}, {"capture_monitor_region", "0,0,-1,-1"}, {"capture_monitor_state", "0"}})});
+    EXPECT_EQ(none.status, 0) << none.err;
 }

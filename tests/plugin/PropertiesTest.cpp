@@ -1,6 +1,7 @@
 // Properties through the host interface, and display fall-backs after an unplug.
 #include "PluginFixture.h"
 #include "PluginGlobals.h"
+#include "zXML.h"
 
 namespace {
 struct Text {
@@ -39,6 +40,49 @@ TEST_F(PluginTest, ApplicationsAndWindowsListed) {
               std::string::npos);
     EXPECT_NE(apps.value.find("<app name=\"Offscreen\" id=\"pid 4300\" windows=\"0\""), std::string::npos);
     EXPECT_EQ(apps.value.find("Host"), std::string::npos) << "the host's own windows are never offered";
+}
+
+TEST_F(PluginTest, DisplaysListedInScreenOrder) {
+    // A high-density panel whose size in points has a fraction, and no product name.
+    world().AddScreen({33, {3200, 0, 1440.5, 900}, 2.0, std::nullopt, 60});
+    Text answer;
+    ASSERT_EQ(QCP_GetProperty(&answer, &Text::Answer, "ScreenCaptureDisplays", "any screen device", nullptr), 1);
+    zRecord displays;
+    ASSERT_TRUE(zXML::ParseBuffer(answer.value, displays)) << answer.value;
+    EXPECT_EQ(displays.Name(), "displays");
+    EXPECT_EQ(displays.AsUInt32("count", 0), 3u);
+    struct Expected {
+        uint32_t id;
+        std::string name, width, height, scale;
+    };
+    const std::vector<Expected> expected = {{kMainDisplay, "Main", "1920", "1080", "1"},
+                                            {kSecondDisplay, "Side", "1280", "1024", "1"},
+                                            {33, "Unknown", "1440.5", "900", "2"}};
+    ASSERT_EQ(displays.Children().size(), expected.size()) << answer.value;
+    int32_t index = 0;
+    for (const zRecord& display : displays.Children()) {
+        const Expected& want = expected[size_t(index)];
+        EXPECT_EQ(display.Name(), "display");
+        EXPECT_EQ(display.AsInt32("index", -1), index);
+        EXPECT_EQ(display.AsUInt32("id", 0), want.id);
+        EXPECT_EQ(display.AsText("name", {}), want.name);
+        EXPECT_EQ(display.AsText("width", {}), want.width);
+        EXPECT_EQ(display.AsText("height", {}), want.height);
+        EXPECT_EQ(display.AsText("scale", {}), want.scale);
+        ++index;
+    }
+
+    // The list is read afresh: without the main display the side one is first.
+    world().RemoveScreen(kMainDisplay);
+    ASSERT_EQ(QCP_GetProperty(&answer, &Text::Answer, "ScreenCaptureDisplays", QCP_SCREEN_DEVICE_ID, nullptr), 1);
+    ASSERT_TRUE(zXML::ParseBuffer(answer.value, displays)) << answer.value;
+    EXPECT_EQ(displays.AsUInt32("count", 0), 2u);
+    EXPECT_EQ(displays.FindChild("display")->AsUInt32("id", 0), kSecondDisplay);
+    EXPECT_EQ(displays.FindChild("display")->AsInt32("index", -1), 0);
+
+    Text audio;
+    EXPECT_EQ(QCP_GetProperty(&audio, &Text::Answer, "ScreenCaptureDisplays", QCP_AUDIO_DEVICE_ID, nullptr), 0);
+    EXPECT_EQ(audio.calls, 0);
 }
 
 TEST_F(PluginTest, AnalyticsDescribeTheSource) {

@@ -3,6 +3,9 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <optional>
+
+#include "Region.h"
 
 namespace qcphost {
 namespace {
@@ -21,25 +24,13 @@ bool Seconds(const std::string& text, double& value) {
     return !text.empty() && !*end && std::isfinite(value);
 }
 
-bool Region(const std::string& text) {
-    int32_t edges[4];
-    const char* at = text.data();
-    const char* end = text.data() + text.size();
-    for (int i = 0; i < 4; ++i) {
-        if (i > 0 && (at == end || *at++ != ',')) return false;
-        const auto [stop, problem] = std::from_chars(at, end, edges[i]);
-        if (problem != std::errc()) return false;
-        at = stop;
-    }
-    return at == end && edges[2] >= edges[0] && edges[3] >= edges[1];
-}
-
 // One option that takes a value; the empty text when it is good.
 std::string Take(const std::string& flag, const std::string& value, CaptureOptions& options) {
     if (flag == "--display") {
         if (!WholeInteger(value, options.display) || options.display < 0) return "--display takes a display index";
     } else if (flag == "--region") {
-        if (!Region(value))
+        const std::optional<Region> region = Region::Parse(value);
+        if (!region || !region->HasArea())
             return "--region takes LEFT,TOP,RIGHT,BOTTOM with right >= left and bottom >= top";
         options.region = value;
     } else if (flag == "--window") {

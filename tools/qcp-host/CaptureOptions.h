@@ -22,13 +22,13 @@ struct CaptureOptions {
     bool video = true; // with audio off: PNG samples but no MP4; with audio on: no screen capture at all
     bool audio = false;
 
-    static constexpr const char* kUsage =
-        "usage: capture [--display N] [--region LEFT,TOP,RIGHT,BOTTOM] [--window TITLE --app APP [--game]]\n"
-        "               [--cursor on|off] [--duration SECONDS] [--frames N] [--output DIR]\n"
-        "               [--png-interval SECONDS] [--no-video] [--audio]\n";
+    // Where a refused option points the user: the options are described in
+    // HelpText.cpp alone.
+    static constexpr const char* kUsage = "qcp-host help capture lists the options\n";
 
     // False, with the reason in `error`, for an unknown option, a missing or
-    // malformed value, or --window without --app.
+    // malformed value, or --window without --app. --help is no option here:
+    // the command line answers it before the options are read.
     static bool Parse(const std::vector<std::string>& args, CaptureOptions& options, std::string& error);
 
     // Whether the screen is captured: always, unless audio alone was asked for.

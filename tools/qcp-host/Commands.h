@@ -6,9 +6,9 @@
 
 namespace qcphost {
 
-// Each command returns the process exit status. DriverCommand needs the
-// plug-in loaded only to know where it lies; the others run against an
-// initialised plug-in.
+// Each command returns the process exit status, and takes its arguments as
+// CommandLine accepted them. DriverCommand needs the plug-in loaded only to
+// know where it lies; the others run against an initialised plug-in.
 int DriverCommand(const PluginLibrary& plugin, const std::vector<std::string>& args);
 int ListCommand(PluginLibrary& plugin);
 int SettingsCommand(PluginLibrary& plugin, const std::vector<std::string>& args);

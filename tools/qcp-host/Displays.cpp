@@ -1,32 +1,73 @@
 #include "Displays.h"
 
-#include "PluginSettings.h"
+#include <fmt/format.h>
+
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+#include <pugixml.hpp>
+
+#include "Region.h"
 
 namespace qcphost {
 namespace {
-constexpr const char* kProbe = "qcp-host display probe";
-// More displays than any desktop has; bounds the probe.
-constexpr int kMostDisplays = 64;
+
+void Answer(void* context, QCP_PropertyType type, void* value) {
+    if (type == QCP_PROPERTY_TEXT) *static_cast<std::string*>(context) = static_cast<const char*>(value);
+}
+
+template <class Number>
+bool Whole(std::string_view text, Number& value) {
+    const char* end = text.data() + text.size();
+    const auto [stop, problem] = std::from_chars(text.data(), end, value);
+    return !text.empty() && problem == std::errc() && stop == end;
+}
+
+bool Positive(std::string_view text, double& value) { return Whole(text, value) && std::isfinite(value) && value > 0; }
+
 } // namespace
 
-int CountDisplays(PluginLibrary& plugin) {
-    plugin.QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, kProbe);
-    int count = 0;
-    for (; count < kMostDisplays; ++count) {
-        SettingsRecord aim;
-        aim.Add("capture_video", "false");
-        aim.Add("Type", "0");
-        aim.Add("capture_monitor", std::to_string(count));
-        ApplySettings(plugin, kProbe, aim);
-        SettingsRecord answer;
-        std::string ignored;
-        // A missing display leaves the source on the previous one, or on none (-1).
-        if (!SettingsRecord::Parse(ReadSettingsText(plugin, kProbe), answer, ignored) ||
-            answer.Value("capture_monitor") != std::to_string(count))
-            break;
+std::vector<DisplayInfo> ReadDisplays(PluginLibrary& plugin) {
+    std::string xml;
+    if (!plugin.QCP_GetProperty(&xml, &Answer, "ScreenCaptureDisplays", QCP_SCREEN_DEVICE_ID, nullptr)) return {};
+    return ParseDisplays(xml);
+}
+
+std::vector<DisplayInfo> ParseDisplays(const std::string& xml) {
+    std::vector<DisplayInfo> displays;
+    pugi::xml_document document;
+    if (!document.load_buffer(xml.data(), xml.size())) return displays;
+    for (const pugi::xml_node node : document.child("displays").children("display")) {
+        DisplayInfo display;
+        display.name = node.attribute("name").value();
+        if (Whole(node.attribute("index").value(), display.index) && display.index >= 0 &&
+            Whole(node.attribute("id").value(), display.id) && display.id != 0 &&
+            Positive(node.attribute("width").value(), display.width) &&
+            Positive(node.attribute("height").value(), display.height) &&
+            Positive(node.attribute("scale").value(), display.scale))
+            displays.push_back(std::move(display));
     }
-    plugin.QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, kProbe);
-    return count;
+    return displays;
+}
+
+int CountDisplays(PluginLibrary& plugin) { return int(ReadDisplays(plugin).size()); }
+
+const DisplayInfo* FindDisplay(const std::vector<DisplayInfo>& displays, int index) {
+    for (const DisplayInfo& display : displays)
+        if (display.index == index) return &display;
+    return nullptr;
+}
+
+std::string RegionProblem(const DisplayInfo& display, int32_t left, int32_t top, int32_t right, int32_t bottom) {
+    const Region region{left, top, right, bottom};
+    const std::string which = fmt::format("display {} ({} x {} points)", display.index, display.width, display.height);
+    if (!region.HasArea()) return "region " + region.Text() + " has no area";
+    // Inclusive edges: the last point of a 1920-point row is 1919.
+    if (left >= 0 && top >= 0 && right + 1.0 <= display.width && bottom + 1.0 <= display.height) return {};
+    if (right < 0 || bottom < 0 || double(left) >= display.width || double(top) >= display.height)
+        return "region " + region.Text() + " lies outside " + which;
+    return "region " + region.Text() + " extends past " + which;
 }
 
 std::string NoDisplaysMessage(const char* platform, const char* display) {

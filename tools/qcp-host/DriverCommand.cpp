@@ -53,7 +53,8 @@ int RunScript(const std::filesystem::path& script) {
 int DriverCommand(const PluginLibrary& plugin, const std::vector<std::string>& args) {
     const char* script = args.size() == 1 ? ScriptFor(args[0]) : nullptr;
     if (!script) {
-        std::fprintf(stderr, "qcp-host: usage: driver status|install|uninstall\n");
+        std::fprintf(stderr,
+                     "qcp-host: driver takes status, install or uninstall; qcp-host help driver shows its use\n");
         return 2;
     }
     const std::filesystem::path path = plugin.Folder() / "Resources" / script;

@@ -1,4 +1,8 @@
-// `qcp-host list`: the model, devices, sources, applications and windows.
+// `qcp-host list`: the model, devices, sources, displays, applications and
+// windows.
+#include <fmt/format.h>
+
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -33,9 +37,13 @@ void ListDevices(PluginLibrary& plugin) {
 }
 
 void ListDisplays(PluginLibrary& plugin) {
-    const int displays = CountDisplays(plugin);
-    std::printf("displays: %d\n", displays);
-    if (displays == 0)
+    const std::vector<DisplayInfo> displays = ReadDisplays(plugin);
+    std::printf("displays: %zu\n", displays.size());
+    for (const DisplayInfo& display : displays)
+        fmt::print("  {}  id {}  \"{}\"  {} x {} points, scale {} ({} x {} pixels)\n", display.index, display.id,
+                   display.name, display.width, display.height, display.scale,
+                   std::lround(display.width * display.scale), std::lround(display.height * display.scale));
+    if (displays.empty())
         std::fprintf(stderr, "qcp-host: %s\n",
                      NoDisplaysMessage(std::getenv("QCP_PLATFORM"), std::getenv("DISPLAY")).c_str());
 }

@@ -5,6 +5,7 @@
 
 #include "Commands.h"
 #include "PluginSettings.h"
+#include "SettingsCheck.h"
 #include "SettingsRecord.h"
 
 namespace qcphost {
@@ -26,12 +27,7 @@ bool ReadXml(const std::string& argument, std::string& xml) {
 } // namespace
 
 int SettingsCommand(PluginLibrary& plugin, const std::vector<std::string>& args) {
-    const bool get = args.size() == 2 && args[0] == "get";
-    const bool set = args.size() == 3 && args[0] == "set";
-    if (!get && !set) {
-        std::fprintf(stderr, "qcp-host: usage: settings get SOURCE | settings set SOURCE XML|@FILE\n");
-        return 2;
-    }
+    const bool set = args[0] == "set";
     const std::string& source = args[1];
     // Every run of the host starts with an empty registry: make the source.
     plugin.QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, source.c_str());
@@ -46,6 +42,13 @@ int SettingsCommand(PluginLibrary& plugin, const std::vector<std::string>& args)
         std::string error;
         if (!SettingsRecord::Parse(xml, record, error)) {
             std::fprintf(stderr, "qcp-host: the settings are %s\n", error.c_str());
+            return 2;
+        }
+        // The plug-in also takes values it cannot use, a capture type, display
+        // or region it does not have, and then captures nothing: say so here.
+        if (const std::string problem = SettingsProblem(record, SettingsChoices::Read(plugin, source));
+            !problem.empty()) {
+            std::fprintf(stderr, "qcp-host: the settings are refused: %s\n", problem.c_str());
             return 2;
         }
         plugin.QCP_SetSourceSettings(QCP_SCREEN_DEVICE_ID, source.c_str(), xml.c_str());

@@ -4,8 +4,12 @@
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include <fmt/format.h>
 
 #include "EntryPointSupport.h"
+#include "MacCaptureDisplayUtils.h"
 #include "MacCaptureWindowManager.h"
 #include "PluginGlobals.h"
 #include "QCP_API.h"
@@ -19,6 +23,13 @@ void AnswerInt(void* context, QCP_PropertyCallback callback, int32_t value) {
 
 void AnswerText(void* context, QCP_PropertyCallback callback, const std::string& text) {
     callback(context, QCP_PROPERTY_TEXT, const_cast<char*>(text.c_str()));
+}
+
+bool RecordText(const zRecord& record, std::string& xml) {
+    zBuffer buffer;
+    if (!zXML::RecordToBuffer(record, buffer)) return false;
+    xml.assign(buffer.View());
+    return true;
 }
 
 // The applications and their windows, as the "apps" record.
@@ -42,10 +53,28 @@ bool AppsAndWindowsXml(std::string& xml) {
             entry.SetText("id", std::string(appID) + ", window " + std::to_string(window->windowID));
         }
     }
-    zBuffer buffer;
-    if (!zXML::RecordToBuffer(apps, buffer)) return false;
-    xml.assign(buffer.View());
-    return true;
+    return RecordText(apps, xml);
+}
+
+// The displays in the platform's order, as the "displays" record: the
+// interface has no other display list, and a host needs one to offer a
+// display index and to keep a region inside its display.
+bool DisplaysXml(std::string& xml) {
+    const std::vector<qcp::platform::ScreenInfo> screens = MC::currentScreens();
+    zRecord displays("displays");
+    displays.SetUInt32("count", uint32_t(screens.size()));
+    for (size_t index = 0; index < screens.size(); ++index) {
+        const qcp::platform::ScreenInfo& screen = screens[index];
+        zRecord& display = displays.AddChild("display");
+        display.SetInt32("index", int32_t(index));
+        display.SetUInt32("id", screen.displayID);
+        display.SetText("name", MC::displayName(screen));
+        // Shortest texts that read back as the same numbers: 1920, 1440.5.
+        display.SetText("width", fmt::format("{}", screen.frame.width));
+        display.SetText("height", fmt::format("{}", screen.frame.height));
+        display.SetText("scale", fmt::format("{}", screen.backingScale));
+    }
+    return RecordText(displays, xml);
 }
 
 // How the source captures: "Fullscreen", "Screen Region", "Window" or "Game".
@@ -100,6 +129,11 @@ int QCP_GetProperty(void* context, QCP_PropertyCallback callback, const char* pr
         std::string text;
         if (name == "ScreenCaptureAppsAndWindows") {
             if (!AppsAndWindowsXml(text)) return 0;
+            AnswerText(context, callback, text);
+            return 1;
+        }
+        if (name == "ScreenCaptureDisplays") {
+            if (qcp::IsAudioDevice(deviceId) || !DisplaysXml(text)) return 0;
             AnswerText(context, callback, text);
             return 1;
         }
