@@ -45,10 +45,23 @@ TEST(HostProgram, SettingsKeepAnAwkwardTitle) {
     EXPECT_EQ(answer.Value("Type"), "0");
 }
 
-TEST(HostProgram, CaptureRefusesADisplayThePluginLacks) {
-    const HostRun run = RunHost({"capture", "--display", "2", "--duration", "0.1", "--output", testing::TempDir()});
-    EXPECT_EQ(run.status, 2);
-    EXPECT_NE(run.err.find("no display 2; the plug-in lists 2"), std::string::npos) << run.err;
+TEST(HostProgram, CaptureRefusesADisplayOrRegionThePluginLacks) {
+    const auto refusal = [](std::vector<std::string> args) {
+        args.insert(args.begin(), "capture");
+        for (const char* more : {"--duration", "0.1", "--output"}) args.push_back(more);
+        args.push_back(testing::TempDir());
+        const HostRun run = RunHost(args);
+        EXPECT_EQ(run.status, 2) << run.out;
+        EXPECT_EQ(run.out, "") << "nothing recorded";
+        return run.err;
+    };
+    EXPECT_EQ(refusal({"--display", "2"}), "qcp-host: no display 2; the plug-in lists 2 (0 to 1)\n");
+    // Display 0 is 1920 x 1080 points: a region wholly off it, and one a
+    // point too wide, are refused alike (they gave black frames, or none).
+    EXPECT_EQ(refusal({"--region", "5000,0,5100,100"}),
+              "qcp-host: region 5000,0,5100,100 lies outside display 0 (1920 x 1080 points)\n");
+    EXPECT_EQ(refusal({"--region", "0,0,1920,1079"}),
+              "qcp-host: region 0,0,1920,1079 extends past display 0 (1920 x 1080 points)\n");
 }
 
 TEST(HostProgram, SaysSoWhenThereIsNoDisplay) {

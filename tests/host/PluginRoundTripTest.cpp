@@ -65,9 +65,9 @@ TEST_F(HostRecords, WindowAndRegionChoicesTakeEffect) {
     EXPECT_EQ(cropped.Value("capture_monitor_state"), "1");
 }
 
-TEST_F(HostRecords, CountsTheDisplaysAndLeavesNoSourceBehind) {
+TEST_F(HostRecords, ListsTheDisplaysWithoutMakingASource) {
     const uint32_t sources = plugin().QCP_GetSourceCount(QCP_SCREEN_DEVICE_ID);
-    EXPECT_EQ(CountDisplays(plugin()), 2);
+    EXPECT_EQ(ReadDisplays(plugin()).size(), 2u);
     EXPECT_EQ(plugin().QCP_GetSourceCount(QCP_SCREEN_DEVICE_ID), sources);
 }
 

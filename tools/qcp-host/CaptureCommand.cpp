@@ -23,6 +23,7 @@
 #include "Displays.h"
 #include "FrameRecorder.h"
 #include "PluginSettings.h"
+#include "Region.h"
 #include "StopSignals.h"
 #include "WindowCatalogue.h"
 
@@ -115,25 +116,34 @@ private:
     bool fShown = false;
 };
 
-// Refuses a capture whose display, region or window is not there: one line
-// on stderr and the exit status, or 0.
+// Refuses a capture whose display, region or window the plug-in does not
+// list: one line on stderr and the exit status, or 0.
 int CheckScreen(PluginLibrary& plugin, const CaptureOptions& options) {
     // Without a display there is nothing to record, window or not.
-    const int displays = CountDisplays(plugin);
-    if (displays == 0) {
+    const std::vector<DisplayInfo> displays = ReadDisplays(plugin);
+    if (displays.empty()) {
         std::fprintf(stderr, "qcp-host: %s\n",
                      NoDisplaysMessage(std::getenv("QCP_PLATFORM"), std::getenv("DISPLAY")).c_str());
         return 1;
     }
-    if (options.window.empty() && options.display >= displays) {
-        std::fprintf(stderr, "qcp-host: no display %d; the plug-in lists %d (0 to %d)\n", options.display, displays,
-                     displays - 1);
-        return 2;
-    }
-    if (!options.window.empty() && !WindowCatalogue::Read(plugin).Has(options.window, options.app)) {
+    if (!options.window.empty()) {
+        if (WindowCatalogue::Read(plugin).Has(options.window, options.app)) return 0;
         std::fprintf(stderr, "qcp-host: no window \"%s\" of \"%s\" can be captured; `qcp-host list` shows them\n",
                      options.window.c_str(), options.app.c_str());
         return 2;
+    }
+    const DisplayInfo* display = FindDisplay(displays, options.display);
+    if (!display) {
+        std::fprintf(stderr, "qcp-host: no display %d; the plug-in lists %zu (0 to %zu)\n", options.display,
+                     displays.size(), displays.size() - 1);
+        return 2;
+    }
+    if (const std::optional<Region> region = Region::Parse(options.region)) {
+        const std::string problem = RegionProblem(*display, region->left, region->top, region->right, region->bottom);
+        if (!problem.empty()) {
+            std::fprintf(stderr, "qcp-host: %s\n", problem.c_str());
+            return 2;
+        }
     }
     return 0;
 }
@@ -173,7 +183,8 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
     CaptureOptions options;
     std::string error;
     if (!CaptureOptions::Parse(args, options, error)) {
-        std::fprintf(stderr, "qcp-host: %s\n%s", error.c_str(), CaptureOptions::kUsage);
+        // The command line was checked before the plug-in was loaded.
+        std::fprintf(stderr, "qcp-host: %s\n", error.c_str());
         return 2;
     }
     if (options.screen()) {

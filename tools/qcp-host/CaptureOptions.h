@@ -22,10 +22,6 @@ struct CaptureOptions {
     bool video = true; // with audio off: PNG samples but no MP4; with audio on: no screen capture at all
     bool audio = false;
 
-    // Where a refused option points the user: the options are described in
-    // HelpText.cpp alone.
-    static constexpr const char* kUsage = "qcp-host help capture lists the options\n";
-
     // False, with the reason in `error`, for an unknown option, a missing or
     // malformed value, or --window without --app. --help is no option here:
     // the command line answers it before the options are read.

@@ -51,8 +51,6 @@ std::vector<DisplayInfo> ParseDisplays(const std::string& xml) {
     return displays;
 }
 
-int CountDisplays(PluginLibrary& plugin) { return int(ReadDisplays(plugin).size()); }
-
 const DisplayInfo* FindDisplay(const std::vector<DisplayInfo>& displays, int index) {
     for (const DisplayInfo& display : displays)
         if (display.index == index) return &display;

@@ -21,7 +21,6 @@ struct DisplayInfo {
 std::vector<DisplayInfo> ReadDisplays(PluginLibrary& plugin);
 // The record's text; a display whose fields are not all valid is left out.
 std::vector<DisplayInfo> ParseDisplays(const std::string& xml);
-int CountDisplays(PluginLibrary& plugin);
 
 // The display with that index, or null.
 const DisplayInfo* FindDisplay(const std::vector<DisplayInfo>& displays, int index);
