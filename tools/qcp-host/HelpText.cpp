@@ -86,13 +86,14 @@ Options:
                             20 kHz, then every 0.05 Hz near the strongest,
                             over the loudest second)
 
-The MP4 (made with ffmpeg when installed) has a variable frame rate: every
-frame keeps its capture time, so the video plays as long as the capture
-lasted; with --audio the sound is muxed into it, in sync. PNG samples are
-written under a temporary name, then renamed. Ctrl-C (SIGINT) or SIGTERM
-ends the capture early and still writes the MP4 and the summary. "dropped"
-counts frames the host's recorder could not keep up with; the plug-in
-delivered them.
+The MP4 (made with ffmpeg when installed) keeps every frame's capture time:
+at 60 frames a second, each frame is shown from its capture until the next
+one's (repeated while nothing new arrives), so the video plays as long as
+the capture lasted; with --audio the sound is muxed into it, in sync. PNG
+samples are written under a temporary name, then renamed. Ctrl-C (SIGINT)
+or SIGTERM ends the capture early and still writes the MP4 and the summary.
+"dropped by the recorder" counts frames this host could not keep up with;
+the plug-in delivered them, and the frame before stays on screen longer.
 
 Exit status:
   0  something was recorded, also when Ctrl-C or SIGTERM ended the capture
