@@ -108,8 +108,8 @@ TEST(HostProgram, CaptureHelpGivesEveryOptionItsDefault) {
          {"--display N", "(default 0)", "--region", "(default: the whole display)", "--window TITLE --app APP",
           "--game", "--cursor on|off", "(default on)", "--duration SECONDS", "(default 3)", "--frames N",
           "(default: by time only)", "--output DIR", "(default capture-out)", "--png-interval SECONDS", "(default 1)",
-          "--no-video", "--audio", "(default off)", "dominant", "variable frame rate", "SIGTERM",
-          "\"dropped\"", "temporary name", "130"})
+          "--no-video", "--audio", "(default off)", "dominant", "60 frames a second", "SIGTERM",
+          "\"dropped by the recorder\"", "temporary name", "130"})
         EXPECT_NE(help.find(option), std::string::npos) << option << " missing from\n" << help;
 }
 

@@ -8,14 +8,11 @@
 
 #include <pugixml.hpp>
 
+#include "HostStrings.h"
 #include "Region.h"
 
 namespace qcphost {
 namespace {
-
-void Answer(void* context, QCP_PropertyType type, void* value) {
-    if (type == QCP_PROPERTY_TEXT) *static_cast<std::string*>(context) = static_cast<const char*>(value);
-}
 
 template <class Number>
 bool Whole(std::string_view text, Number& value) {
@@ -29,9 +26,8 @@ bool Positive(std::string_view text, double& value) { return Whole(text, value) 
 } // namespace
 
 std::vector<DisplayInfo> ReadDisplays(PluginLibrary& plugin) {
-    std::string xml;
-    if (!plugin.QCP_GetProperty(&xml, &Answer, "ScreenCaptureDisplays", QCP_SCREEN_DEVICE_ID, nullptr)) return {};
-    return ParseDisplays(xml);
+    const std::optional<std::string> xml = ReadTextProperty(plugin, "ScreenCaptureDisplays");
+    return xml ? ParseDisplays(*xml) : std::vector<DisplayInfo>{};
 }
 
 std::vector<DisplayInfo> ParseDisplays(const std::string& xml) {

@@ -1,7 +1,10 @@
 #pragma once
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "PluginLibrary.h"
 
 namespace qcphost {
 
@@ -15,6 +18,17 @@ std::string QueryString(Call&& call) {
     std::vector<char> text(size_t(length) + 1, '\0');
     call(text.data(), &length);
     return text.data();
+}
+
+// A screen-device property the plug-in answers with a text; none when it
+// does not answer.
+inline std::optional<std::string> ReadTextProperty(PluginLibrary& plugin, const char* property) {
+    std::string text;
+    const auto answer = [](void* context, QCP_PropertyType type, void* value) {
+        if (type == QCP_PROPERTY_TEXT) *static_cast<std::string*>(context) = static_cast<const char*>(value);
+    };
+    if (!plugin.QCP_GetProperty(&text, answer, property, QCP_SCREEN_DEVICE_ID, nullptr)) return std::nullopt;
+    return text;
 }
 
 } // namespace qcphost

@@ -4,18 +4,13 @@
 
 #include <pugixml.hpp>
 
+#include "HostStrings.h"
+
 namespace qcphost {
-namespace {
-void Answer(void* context, QCP_PropertyType type, void* value) {
-    if (type == QCP_PROPERTY_TEXT) *static_cast<std::string*>(context) = static_cast<const char*>(value);
-}
-} // namespace
 
 WindowCatalogue WindowCatalogue::Read(PluginLibrary& plugin) {
-    std::string xml;
-    if (!plugin.QCP_GetProperty(&xml, &Answer, "ScreenCaptureAppsAndWindows", QCP_SCREEN_DEVICE_ID, nullptr))
-        return {};
-    return Parse(xml);
+    const std::optional<std::string> xml = ReadTextProperty(plugin, "ScreenCaptureAppsAndWindows");
+    return xml ? Parse(*xml) : WindowCatalogue{};
 }
 
 WindowCatalogue WindowCatalogue::Parse(const std::string& xml) {
