@@ -8,6 +8,7 @@
 #include "DisplayLink.h"
 #include "DisplayStream.h"
 #include "Screens.h"
+#include "SelectionUI.h"
 #include "Surface.h"
 #include "System.h"
 #include "WindowServer.h"
@@ -47,6 +48,18 @@ public:
     // or memory cannot be had. Any thread. Platforms that share surfaces with
     // other processes back them with shared memory.
     virtual Surface* createSurface(const SurfaceProperties& properties) { return Surface::Create(properties); }
+
+    // The selection window and the region selector overlay (SelectionUI.h)
+    // for the core's controller `input`. Null where the platform has no user
+    // interface; the core then shows nothing. Main queue only.
+    virtual std::unique_ptr<SelectionWindowView> createSelectionWindow(SelectionWindowInput& input) {
+        (void)input;
+        return nullptr;
+    }
+    virtual std::unique_ptr<RegionOverlayView> createRegionOverlay(RegionOverlayInput& input) {
+        (void)input;
+        return nullptr;
+    }
 };
 
 // The installed platform, or null before one is installed. Any thread.

@@ -3,6 +3,7 @@
 
 #include "CpuCompositor.h"
 #include "Platform.h"
+#include "SimUser.h"
 #include "SimWorld.h"
 
 namespace qcp::platform::sim {
@@ -16,6 +17,8 @@ public:
     SimPlatform() = default;
 
     SimWorld& world() { return fWorld; }
+    // Who answers the selection window and the region overlay.
+    SimUser& user() { return fUser; }
 
     std::string_view Name() const override { return "sim"; }
     Screens& screens() override { return *this; }
@@ -25,6 +28,12 @@ public:
     System& system() override { return *this; }
     std::unique_ptr<DisplayStream> createDisplayStream(DisplayStreamConfig config) override;
     std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) override;
+    std::unique_ptr<SelectionWindowView> createSelectionWindow(SelectionWindowInput& input) override {
+        return fUser.MakeWindowView(input);
+    }
+    std::unique_ptr<RegionOverlayView> createRegionOverlay(RegionOverlayInput& input) override {
+        return fUser.MakeOverlayView(input);
+    }
 
     std::vector<ScreenInfo> list() const override { return fWorld.Screens(); }
     std::vector<WindowInfo> windowList(bool onScreenOnly) const override { return fWorld.WindowList(onScreenOnly); }
@@ -46,6 +55,7 @@ public:
 
 private:
     SimWorld fWorld;
+    SimUser fUser;
     CpuCompositor fCompositor;
 };
 
