@@ -39,6 +39,19 @@ TEST(FrameTimeline, EachFrameLastsUntilTheNextOneAndTheVideoAsLongAsTheCapture) 
     EXPECT_EQ(Repeats({0, 0.5}, 0.5), (std::vector<uint64_t>{30, 1}));
 }
 
+TEST(FrameTimeline, TheVideoIsWithinOneSlotOfTheCaptureWhereverItsLastFrameFalls) {
+    for (double fraction = 0; fraction < 1; fraction += 0.05) {
+        const double end = 0.5 + fraction / 60;
+        for (const double last : {end, end - 0.004, end - 1 / 60.0}) {
+            FrameTimeline timeline(60);
+            timeline.Arrive(0.1);
+            timeline.Arrive(last);
+            timeline.End(end);
+            EXPECT_NEAR(timeline.seconds(), end, 1 / 60.0 + 1e-9) << "last frame at " << last << ", end " << end;
+        }
+    }
+}
+
 TEST(FrameTimeline, ATenMinuteCaptureWithIrregularFramesKeepsItsLength) {
     FrameTimeline timeline(60);
     uint64_t written = 0;

@@ -25,6 +25,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// One frame of the recording, and the microsecond ffprobe rounds to.
+constexpr double kOneFrame = 1 / 60.0 + 1e-6;
+
 std::string Read(const fs::path& path) {
     std::ostringstream text;
     text << std::ifstream(path).rdbuf();
@@ -66,8 +69,8 @@ protected:
     void ExpectTrueTime(const std::string& json) {
         const double captured = Field(json, "seconds");
         const std::string video = Probe(fDir / "capture.mp4", "v:0");
-        EXPECT_NEAR(Seconds(video), captured, 1 / 60.0) << video << "\n" << json;
-        EXPECT_NEAR(Field(json, "video_seconds"), captured, 1 / 60.0) << json;
+        EXPECT_NEAR(Seconds(video), captured, kOneFrame) << video << "\n" << json;
+        EXPECT_NEAR(Field(json, "video_seconds"), captured, kOneFrame) << json;
     }
 
     const fs::path fDir = fs::path(testing::TempDir()) / ("qcp-recording-" + std::to_string(getpid()));

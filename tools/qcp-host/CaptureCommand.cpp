@@ -238,8 +238,9 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
         std::fprintf(stderr, "qcp-host: %s: ending the capture and writing what was recorded\n", stop.name());
     }
     if (recorder) {
-        // Frames still arriving are refused from here: the video ends now.
-        recorder->Finish(elapsed);
+        // Frames still arriving are refused from here: the video ends now,
+        // or with a frame stamped a moment later.
+        elapsed = recorder->Finish(elapsed);
         plugin.QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, source);
     }
     if (audio) {
@@ -260,7 +261,7 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
         failure = "the sound could not be put into " + video + ": " + error;
 
     char seconds[96];
-    std::snprintf(seconds, sizeof seconds, "{\n  \"seconds\": %.3f,\n  \"stopped_by\": ", elapsed);
+    std::snprintf(seconds, sizeof seconds, "{\n  \"seconds\": %.6f,\n  \"stopped_by\": ", elapsed);
     std::string json = seconds + (stop.received() ? "\"" + std::string(stop.name()) + "\"" : std::string("null"));
     if (summary) {
         PrintVideo(*summary, elapsed, *recorder, options);
@@ -269,7 +270,7 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
             std::printf("video: %s (%.2f s%s)\n", video.c_str(), recorder->videoSeconds(),
                         audio && failure.empty() ? ", with the sound" : "");
             char videoJson[64];
-            std::snprintf(videoJson, sizeof videoJson, ",\n  \"video_seconds\": %.3f", recorder->videoSeconds());
+            std::snprintf(videoJson, sizeof videoJson, ",\n  \"video_seconds\": %.6f", recorder->videoSeconds());
             json += videoJson;
         } else if (options.video) {
             const std::string problem = recorder->videoProblem().empty() ? "no frames" : recorder->videoProblem();

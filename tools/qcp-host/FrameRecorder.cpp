@@ -1,5 +1,6 @@
 #include "FrameRecorder.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -58,15 +59,17 @@ void FrameRecorder::Offer(const uint8_t* pixels, uint32_t width, uint32_t height
     fWake.notify_one();
 }
 
-void FrameRecorder::Finish(double endSeconds) {
+double FrameRecorder::Finish(double endSeconds) {
+    double end = 0;
     {
         std::lock_guard lock(fMutex);
-        if (fFinishing) return;
+        if (!fFinishing) fLastSeconds = std::max(fLastSeconds, endSeconds);
         fFinishing = true;
-        fLastSeconds = endSeconds;
+        end = fLastSeconds;
     }
     fWake.notify_one();
     if (fWriter.joinable()) fWriter.join();
+    return end;
 }
 
 void FrameRecorder::Run() {

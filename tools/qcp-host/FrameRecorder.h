@@ -40,8 +40,10 @@ public:
 
     // One frame of BGRA pixels, captured `seconds` after the capture began.
     void Offer(const uint8_t* pixels, uint32_t width, uint32_t height, uint32_t bytesPerRow, double seconds);
-    // Writes what is queued and ends the video `endSeconds` after the start.
-    void Finish(double endSeconds);
+    // Refuses further frames, writes what is queued and ends the video at
+    // `endSeconds` after the start, or at the latest frame's time when one
+    // came later. Returns that end; later calls return it again.
+    double Finish(double endSeconds);
 
     uint64_t dropped() const;
     std::vector<std::string> pngFiles() const;

@@ -6,7 +6,9 @@
 namespace qcphost {
 
 uint64_t FrameTimeline::Slot(double seconds) const {
-    return seconds > 0 ? uint64_t(std::llround(seconds * fRate)) : 0;
+    // The slot the time falls in, a millionth of a slot forgiven for the
+    // rounding of times that lie on a slot's start.
+    return seconds > 0 ? uint64_t(std::floor(seconds * fRate + 1e-6)) : 0;
 }
 
 uint64_t FrameTimeline::Advance(uint64_t slot, uint64_t least) {

@@ -4,10 +4,11 @@
 namespace qcphost {
 
 // Places frames stamped with their capture time on a constant-rate video
-// that lasts as long as the capture: each frame is shown from its own slot
-// until the next frame's, the first one also fills the slots before it, and
-// the last one is shown until the capture's end. Frames that share a slot
-// leave only the latest. Not thread-safe; the recorder's writer owns it.
+// that lasts as long as the capture, to within one slot: each frame is shown
+// from the slot its time falls in until the next frame's, the first one also
+// fills the slots before it, and the last one is shown until the capture's
+// end. Frames that share a slot leave only the latest. Not thread-safe; the
+// recorder's writer owns it.
 class FrameTimeline {
 public:
     explicit FrameTimeline(double framesPerSecond) : fRate(framesPerSecond) {}
