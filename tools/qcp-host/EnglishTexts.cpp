@@ -19,6 +19,9 @@ constexpr Text kTexts[] = {
     {"obr_close_mon_win_dialog_msg",
      "Close the display and window selection before changing what this source captures."},
     {"dialog_ok", "OK"},
+    // The region selector overlay's instruction.
+    {"obr_select_screen_region_message",
+     "Move or resize the rectangle to the region to capture, then press Return to accept or Escape to cancel."},
     // Logged when the system refuses screen recording.
     {"p_screen_record_deny_msg",
      "Screen recording is not allowed: allow it for this application in the system's privacy settings, then start "

@@ -10,10 +10,11 @@ using RegionCallback = void (*)(bool accepted, int x, int y, int width, int heig
 
 // Shows the overlay on the screen of `displayID` with the proposed region
 // (display-local, top-left origin, points). False when the display has no
-// screen: nothing is shown and the callback is never called. True when the
-// overlay is shown; the callback then comes exactly once, on the main
-// queue: when the user confirms or cancels, or as a cancel when the display
-// goes away meanwhile. Main queue only.
+// screen, the platform has no user interface or `callback` is null: nothing
+// is shown and the callback is never called. True when the overlay is shown;
+// the callback then comes exactly once, on the main queue: when the user
+// confirms or cancels, or as a cancel when the display goes away meanwhile.
+// Runs on the main queue; called from another thread it waits for it.
 bool ChooseRegion(int displayID, RegionCallback callback, void* userData, int x, int y, int width, int height);
 
 } // namespace OBRN
