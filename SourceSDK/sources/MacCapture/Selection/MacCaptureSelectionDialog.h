@@ -1,13 +1,15 @@
 #pragma once
+#include <cstdint>
 #include <memory>
 
 #include "zRect.h"
 
 namespace MC {
 
-// How a capture is framed on a display (the entries of the dialog's
-// selection list).
-enum eCaptureMode { kCaptureModeFullScreen = 0, kCaptureModeRegion = 1 };
+// How a capture is framed on a display: kCaptureWholeDisplay (0) or
+// kCaptureRegion (1), the entries of the dialog's selection list
+// (MacCaptureSourceSDKInfo.h).
+enum eCaptureMode : int32_t;
 
 // The plain handle through which the plug-in opens the capture selection
 // window and hears the user's answer.
