@@ -6,6 +6,7 @@
 void PluginTest::SetUp() {
     auto platform = qcp::platform::sim::MakePlatform();
     fWorld = &platform->world();
+    fUser = &platform->user();
     fWorld->AddScreen({kMainDisplay, {0, 0, 1920, 1080}, 1.0, "Main", 60});
     fWorld->AddScreen({kSecondDisplay, {1920, 56, 1280, 1024}, 1.0, "Side", 60});
     qcp::platform::Install(std::move(platform));

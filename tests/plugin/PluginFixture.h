@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "QCP_API.h"
+#include "SimUser.h"
 #include "SimWorld.h"
 #include "WaitFor.h"
 
@@ -22,6 +23,8 @@ protected:
     // The simulated desktop: two displays side by side, main 1920 x 1080
     // (id 11) and 1280 x 1024 (id 22) to its right, tops aligned.
     qcp::platform::sim::SimWorld& world() { return *fWorld; }
+    // Who answers the plug-in's dialogs and overlays.
+    qcp::platform::sim::SimUser& user() { return *fUser; }
     static constexpr uint32_t kMainDisplay = 11;
     static constexpr uint32_t kSecondDisplay = 22;
 
@@ -45,5 +48,6 @@ protected:
 
 private:
     qcp::platform::sim::SimWorld* fWorld = nullptr;
+    qcp::platform::sim::SimUser* fUser = nullptr;
     static void LogSink(void* context, int level, const char* format, ...);
 };

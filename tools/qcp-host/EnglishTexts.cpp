@@ -26,6 +26,20 @@ constexpr Text kTexts[] = {
     {"p_screen_record_deny_msg",
      "Screen recording is not allowed: allow it for this application in the system's privacy settings, then start "
      "the capture again."},
+    // The selection window.
+    {"obr_capture_win_window_title", "Choose a Window"},
+    {"obr_capture_process_title", "Application:"},
+    {"obr_capture_window_text_title", "Window:"},
+    {"obr_capture_refresh_title", "Refresh"},
+    {"obr_capture_mon_window_title", "Choose a Display"},
+    {"obr_capture_monitor_title", "Display:"},
+    {"obr_capture_ok", "OK"},
+    {"obr_capture_cancel", "Cancel"},
+    {"obr_capture_region", "Select Region\u2026"},
+    {"obr_capture_selection_fullscreen", "Full Screen"},
+    {"obr_capture_selection_region", "Region"},
+    {"obr_mon_invalid", "This display cannot be used"},
+    {"obr_mon_invalid_msg", "It is no longer connected. Choose another display."},
     // The audio capture driver's prompt.
     {"mac_audio_driver_install_required", "Install the audio capture driver?"},
     {"mac_audio_driver_install_required_details",

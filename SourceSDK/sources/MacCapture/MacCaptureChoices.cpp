@@ -5,6 +5,7 @@
 #include "MacCaptureDisplayUtils.h"
 #include "MacCaptureManager.h"
 #include "MacCaptureWindowManager.h"
+#include "Selection/MacCaptureSelectionDialog.h"
 #include "CommonSDKVariables.h"
 #include "Platform.h"
 
@@ -22,7 +23,8 @@ void MacCaptureManager::showCloseSelectionDialogAlert() const {
     alert.message = Localised("obr_close_mon_win_dialog");
     alert.informativeText = Localised("obr_close_mon_win_dialog_msg");
     alert.buttons = {Localised("dialog_ok")};
-    qcp::platform::Current()->system().showAlertSheet(alert);
+    // On the selection window when it is open, else on its own.
+    if (!fSelectionDialog->showAlertSheet(alert)) qcp::platform::Current()->system().showAlertSheet(alert);
 }
 
 void MacCaptureManager::setCaptureType(const std::string& id, int32_t type, const zRect* region) {

@@ -6,6 +6,7 @@
 #include "CaptureWindowMonitor.h"
 #include "CommonSDKVariables.h"
 #include "MacSystemAudio/SystemAudioDriver.h"
+#include "Selection/MacCaptureSelectionDialog.h"
 #include "zIDGenerator.h"
 #include "zTraceManager.h"
 
@@ -43,11 +44,11 @@ MacCaptureManager::SourceControl::SourceControl(RecordRef record, std::try_to_lo
     }
 }
 
-MacCaptureManager::MacCaptureManager() = default;
+MacCaptureManager::MacCaptureManager() : fSelectionDialog(std::make_unique<MacCaptureSelectionDialog>()) {}
 
 MacCaptureManager::~MacCaptureManager() {
     _CaptureWindowMonitor::StopAll();
-    // An open selection dialog is cancelled here once dialogs exist.
+    fSelectionDialog->closeSelectionWindow();
     stopAllSources();
     for (const RecordRef& record : fSourcesInOrder) SystemAudioDriver::Default()->unregisterAudioReceiver(record.get());
     // Uninitialisation overlaps no other call: the records, and with them
@@ -73,6 +74,13 @@ MacCaptureSource* MacCaptureManager::addSource(const std::string& id, const std:
 }
 
 bool MacCaptureManager::removeSource(const std::string& id) {
+    bool prompted = false;
+    {
+        std::lock_guard lock(fPromptLock);
+        prompted = fPromptSourceID == id;
+    }
+    // Its dialog answers cancel and closes: there is nothing left to choose for.
+    if (prompted) fSelectionDialog->closeSelectionWindow();
     RecordRef record;
     {
         std::lock_guard lock(fRegistryLock);

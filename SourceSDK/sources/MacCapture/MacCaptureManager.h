@@ -10,6 +10,7 @@
 
 namespace MC {
 
+class MacCaptureSelectionDialog;
 class MacCaptureWindow;
 
 // The registry of the screen device's sources, keyed by source id and kept in
@@ -103,6 +104,12 @@ public:
 
     bool selectionPromptShown() const { return fSelectionPromptShown; }
     void setSelectionPromptShown(bool shown) { fSelectionPromptShown = shown; }
+    // Opens the selection dialog for the source's display, window or game
+    // when `flag` is 0; the answer is applied by handleWindowMonitorSelection
+    // on the main queue. Any thread but the main queue's.
+    void promptWindowMonitorSelection(const std::string& id, int flag);
+    void handleWindowMonitorSelection(const std::string& id, int32_t type, int response, int index,
+                                      const zRect* region);
 
     int32_t getCaptureType(const std::string& id) const;
     uint32_t getCaptureMode(const std::string& id) const;
@@ -132,6 +139,10 @@ private:
     std::map<std::string, RecordRef> fSourcesByID;
     std::vector<RecordRef> fSourcesInOrder;
     std::atomic<bool> fSelectionPromptShown{false};
+    mutable std::mutex fPromptLock;
+    std::string fPromptSourceID; // whose selection dialog is open; guarded by fPromptLock
+    // Declared last: destroyed first, once nothing can answer through it.
+    std::unique_ptr<MacCaptureSelectionDialog> fSelectionDialog;
 };
 
 } // namespace MC

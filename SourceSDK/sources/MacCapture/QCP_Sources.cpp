@@ -101,12 +101,11 @@ void QCP_RegisterAudioDataArrivedCallback(const char* deviceId, const char* sour
     });
 }
 
-int QCP_ShowCustomConfigDialog(const char* deviceId, const char*, int) {
+int QCP_ShowCustomConfigDialog(const char* deviceId, const char* sourceId, int flag) {
     qcp::Guarded(__func__, [&] {
         if (IsAudioDevice(deviceId)) return;
         MC::MacCaptureWindowManager::refreshLists();
-        // The display, window and game chooser opens here once the selection
-        // dialog exists.
+        qcp::Manager().promptWindowMonitorSelection(Key(sourceId), flag);
     });
     return 1;
 }

@@ -146,6 +146,10 @@ void MacCaptureSelectWindow::answer(MacCaptureSelectionDialog::eUserResponse res
     close();
 }
 
+void MacCaptureSelectWindow::showAlertSheet(const qcp::platform::Alert& alert) {
+    if (fView) fView->ShowAlertSheet(alert.message, alert.informativeText, alert.buttons.empty() ? "" : alert.buttons[0]);
+}
+
 void MacCaptureSelectWindow::close() {
     if (fClosed) return;
     fClosed = true;

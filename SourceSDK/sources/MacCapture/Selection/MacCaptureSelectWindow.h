@@ -10,6 +10,7 @@
 #include "MacCaptureSelectionDialog.h"
 #include "RegionChooser.h"
 #include "SelectionUI.h"
+#include "System.h"
 #include "zRect.h"
 
 namespace MC {
@@ -56,6 +57,8 @@ public:
     bool show();
     // Answers cancel (1, 0, null) unless already answered, and closes.
     void cancel();
+    // An alert attached to the window, not waited for.
+    void showAlertSheet(const qcp::platform::Alert& alert);
     // Closes without answering: empties the region memory, closes the
     // window, runs the closed hook. Later input is ignored.
     void close();

@@ -40,7 +40,8 @@ struct MacCaptureSelectionDialog::Record : std::enable_shared_from_this<Record> 
 
     // Main queue. The window replaced answers cancel first, so that each
     // caller hears once and no window is left open untracked.
-    void open(std::shared_ptr<MacCaptureSelectWindow> controller) {
+    // True when the new window is shown.
+    bool open(std::shared_ptr<MacCaptureSelectWindow> controller) {
         while (std::shared_ptr<MacCaptureSelectWindow> previous = take()) {
             previous->cancel();
             Release(std::move(previous));
@@ -48,9 +49,10 @@ struct MacCaptureSelectionDialog::Record : std::enable_shared_from_this<Record> 
         controller->setClosedHook([weak = weak_from_this()](MacCaptureSelectWindow& closed) {
             if (const std::shared_ptr<Record> record = weak.lock()) Release(record->take(&closed));
         });
-        if (!controller->show()) return; // no user interface: nothing to track
+        if (!controller->show()) return false; // no user interface: nothing to track
         std::lock_guard guard(lock);
         window = std::move(controller);
+        return true;
     }
 };
 
@@ -65,20 +67,23 @@ MacCaptureSelectionDialog::~MacCaptureSelectionDialog() {
 
 bool MacCaptureSelectionDialog::isOpen() const { return fRecord->current() != nullptr; }
 
-void MacCaptureSelectionDialog::showWindowSelection(int windowID, bool game, Callback callback, void* userInfo) {
-    if (!callback) return;
+bool MacCaptureSelectionDialog::showWindowSelection(int windowID, bool game, Callback callback, void* userInfo) {
+    if (!callback) return false;
+    bool shown = false;
     zQueue::Main().Sync([&] {
         const auto mode = game ? MacCaptureSelectWindow::Mode::Game : MacCaptureSelectWindow::Mode::Window;
         auto controller = std::make_shared<MacCaptureSelectWindow>(mode, &OBRN::ChooseRegion);
         controller->setSelectedWindow(uint32_t(windowID));
         controller->setHandler(callback, userInfo);
-        fRecord->open(std::move(controller));
+        shown = fRecord->open(std::move(controller));
     });
+    return shown;
 }
 
-void MacCaptureSelectionDialog::showMonitorSelection(int monitorIndex, eCaptureMode mode, const zRect* region,
+bool MacCaptureSelectionDialog::showMonitorSelection(int monitorIndex, eCaptureMode mode, const zRect* region,
                                                      Callback callback, void* userInfo) {
-    if (!callback) return;
+    if (!callback) return false;
+    bool shown = false;
     zQueue::Main().Sync([&] {
         auto controller = std::make_shared<MacCaptureSelectWindow>(MacCaptureSelectWindow::Mode::Monitor,
                                                                    &OBRN::ChooseRegion);
@@ -86,8 +91,20 @@ void MacCaptureSelectionDialog::showMonitorSelection(int monitorIndex, eCaptureM
         controller->setSelectedRegion(region ? *region : zRect());
         controller->setCaptureMode(mode);
         controller->setHandler(callback, userInfo);
-        fRecord->open(std::move(controller));
+        shown = fRecord->open(std::move(controller));
     });
+    return shown;
+}
+
+bool MacCaptureSelectionDialog::showAlertSheet(const qcp::platform::Alert& alert) {
+    bool shown = false;
+    zQueue::Main().Sync([&] {
+        if (const std::shared_ptr<MacCaptureSelectWindow> open = fRecord->current()) {
+            open->showAlertSheet(alert);
+            shown = true;
+        }
+    });
+    return shown;
 }
 
 void MacCaptureSelectionDialog::closeSelectionWindow() {

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "System.h"
 #include "zRect.h"
 
 namespace MC {
@@ -38,10 +39,13 @@ public:
     bool isOpen() const;
 
     // The application and window picker; `game` picks a full-screen game.
-    void showWindowSelection(int windowID, bool game, Callback callback, void* userInfo);
-    // The display picker, with the display's remembered region.
-    void showMonitorSelection(int monitorIndex, eCaptureMode mode, const zRect* region, Callback callback,
+    // True when a window is shown (and its callback will come once).
+    bool showWindowSelection(int windowID, bool game, Callback callback, void* userInfo);
+    // The display picker, with the display's remembered region; true as above.
+    bool showMonitorSelection(int monitorIndex, eCaptureMode mode, const zRect* region, Callback callback,
                               void* userInfo);
+    // An alert attached to the open window; false when none is open.
+    bool showAlertSheet(const qcp::platform::Alert& alert);
     // Cancels an open window: its callback hears (1, 0, null).
     void closeSelectionWindow();
 
