@@ -48,6 +48,31 @@ struct SelectionWindowState {
     std::string monitorText, selectionText;
     SelectionList monitorList, selectionList;
     SelectionButton regionButton, monitorOK, monitorCancel;
+
+    // The list or button a widget names; null when it names the other kind.
+    SelectionList* list(SelectionWidget widget) {
+        return const_cast<SelectionList*>(static_cast<const SelectionWindowState*>(this)->list(widget));
+    }
+    const SelectionList* list(SelectionWidget widget) const {
+        switch (widget) {
+        case SelectionWidget::ProcessList: return &processList;
+        case SelectionWidget::WindowList: return &windowList;
+        case SelectionWidget::MonitorList: return &monitorList;
+        case SelectionWidget::SelectionList: return &selectionList;
+        default: return nullptr;
+        }
+    }
+    const SelectionButton* button(SelectionWidget widget) const {
+        switch (widget) {
+        case SelectionWidget::RefreshButton: return &refreshButton;
+        case SelectionWidget::WindowOK: return &windowOK;
+        case SelectionWidget::WindowCancel: return &windowCancel;
+        case SelectionWidget::RegionButton: return &regionButton;
+        case SelectionWidget::MonitorOK: return &monitorOK;
+        case SelectionWidget::MonitorCancel: return &monitorCancel;
+        default: return nullptr;
+        }
+    }
 };
 
 // What the user does in the selection window; the core's controller.

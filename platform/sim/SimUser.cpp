@@ -42,28 +42,6 @@ private:
     SimUser::OverlayEntry fEntry;
 };
 
-const SelectionList* ListOf(const SelectionWindowState& state, SelectionWidget widget) {
-    switch (widget) {
-    case SelectionWidget::ProcessList: return &state.processList;
-    case SelectionWidget::WindowList: return &state.windowList;
-    case SelectionWidget::MonitorList: return &state.monitorList;
-    case SelectionWidget::SelectionList: return &state.selectionList;
-    default: return nullptr;
-    }
-}
-
-const SelectionButton* ButtonOf(const SelectionWindowState& state, SelectionWidget widget) {
-    switch (widget) {
-    case SelectionWidget::RefreshButton: return &state.refreshButton;
-    case SelectionWidget::WindowOK: return &state.windowOK;
-    case SelectionWidget::WindowCancel: return &state.windowCancel;
-    case SelectionWidget::RegionButton: return &state.regionButton;
-    case SelectionWidget::MonitorOK: return &state.monitorOK;
-    case SelectionWidget::MonitorCancel: return &state.monitorCancel;
-    default: return nullptr;
-    }
-}
-
 } // namespace
 
 std::unique_ptr<SelectionWindowView> SimUser::MakeWindowView(SelectionWindowInput& input) {
@@ -140,12 +118,12 @@ bool SimUser::OnOverlay(Act act) {
 
 bool SimUser::Choose(SelectionWidget list, int index) {
     return OnWindow([&](SelectionWindowInput& input, const SelectionWindowState& state) {
-        const SelectionList* shown = ListOf(state, list);
+        const SelectionList* shown = state.list(list);
         if (!shown || !shown->enabled || index < 0 || index >= int(shown->items.size())) return false;
         {
             // The view shows the entry chosen before the core hears of it.
             std::lock_guard lock(fMutex);
-            const_cast<SelectionList*>(ListOf(*fWindows.back()->state, list))->selected = index;
+            fWindows.back()->state->list(list)->selected = index;
         }
         input.Chose(list, index);
         return true;
@@ -154,7 +132,7 @@ bool SimUser::Choose(SelectionWidget list, int index) {
 
 bool SimUser::Press(SelectionWidget button) {
     return OnWindow([&](SelectionWindowInput& input, const SelectionWindowState& state) {
-        const SelectionButton* shown = ButtonOf(state, button);
+        const SelectionButton* shown = state.button(button);
         if (!shown || !shown->enabled) return false;
         input.Pressed(button);
         return true;

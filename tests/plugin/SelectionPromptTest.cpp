@@ -29,6 +29,16 @@ protected:
         QCP_RegisterSourceChangedCallback(QCP_SCREEN_DEVICE_ID, id.c_str(), &Changes::Changed, &changes);
     }
     void Prompt(int flag = 0) { EXPECT_EQ(QCP_ShowCustomConfigDialog(QCP_SCREEN_DEVICE_ID, id.c_str(), flag), 1); }
+    // Picks the window of that title in the open window picker, and OK.
+    void ChooseWindow(const std::string& title) {
+        const auto window = user().Window();
+        ASSERT_TRUE(window && window->windowMode);
+        const auto& titles = window->windowList.items;
+        const auto at = std::find(titles.begin(), titles.end(), title);
+        ASSERT_NE(at, titles.end()) << "the application's windows are listed";
+        ASSERT_TRUE(user().Choose(SelectionWidget::WindowList, int(at - titles.begin())));
+        ASSERT_TRUE(user().Press(SelectionWidget::WindowOK));
+    }
     // A new source has no display until its settings give it one.
     void AimAtMainDisplay() {
         SetSettings(id, "<settings><parameter name=\"Type\" value=\"0\"/><parameter name=\"capture_monitor\" "
@@ -63,14 +73,7 @@ TEST_F(SelectionPromptTest, TheChosenWindowIsApplied) {
     SetSettings(id, "<settings><parameter name=\"Type\" value=\"1\"/><parameter name=\"capture_window\" "
                     "value=\"Shopping list\"/><parameter name=\"capture_app\" value=\"Notes\"/></settings>");
     Prompt();
-    const auto window = user().Window();
-    ASSERT_TRUE(window);
-    ASSERT_TRUE(window->windowMode);
-    const auto& titles = window->windowList.items;
-    const auto at = std::find(titles.begin(), titles.end(), "Ideas");
-    ASSERT_NE(at, titles.end()) << "the application's windows are listed";
-    ASSERT_TRUE(user().Choose(SelectionWidget::WindowList, int(at - titles.begin())));
-    ASSERT_TRUE(user().Press(SelectionWidget::WindowOK));
+    ChooseWindow("Ideas");
     EXPECT_EQ(Value(Settings(id), "capture_window"), "Ideas");
     EXPECT_EQ(changes.settings, 1);
 }
@@ -79,13 +82,7 @@ TEST_F(SelectionPromptTest, AGameAnsweredWithAnotherWindowIsFollowedThere) {
     SetSettings(id, "<settings><parameter name=\"Type\" value=\"2\"/><parameter name=\"capture_window\" "
                     "value=\"Shopping list\"/><parameter name=\"capture_app\" value=\"Notes\"/></settings>");
     Prompt();
-    const auto window = user().Window();
-    ASSERT_TRUE(window && window->windowMode);
-    const auto& titles = window->windowList.items;
-    const auto ideasAt = std::find(titles.begin(), titles.end(), "Ideas");
-    ASSERT_NE(ideasAt, titles.end());
-    ASSERT_TRUE(user().Choose(SelectionWidget::WindowList, int(ideasAt - titles.begin())));
-    ASSERT_TRUE(user().Press(SelectionWidget::WindowOK));
+    ChooseWindow("Ideas");
     std::string application, title;
     ASSERT_TRUE(g_pMacCaptureManager->getCaptureMonitorAppWindowForSourceID(id, &application, &title));
     EXPECT_EQ(title, "Ideas") << "the window monitor follows the window chosen, not the one asked about";

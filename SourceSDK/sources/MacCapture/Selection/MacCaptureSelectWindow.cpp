@@ -14,31 +14,6 @@ using qcp::platform::SelectionWidget;
 
 namespace {
 
-// For the state and for a read-only one alike.
-template <class State>
-auto ListOf(State& state, SelectionWidget widget) -> decltype(&state.processList) {
-    switch (widget) {
-    case SelectionWidget::ProcessList: return &state.processList;
-    case SelectionWidget::WindowList: return &state.windowList;
-    case SelectionWidget::MonitorList: return &state.monitorList;
-    case SelectionWidget::SelectionList: return &state.selectionList;
-    default: return nullptr;
-    }
-}
-
-template <class State>
-auto ButtonOf(State& state, SelectionWidget widget) -> decltype(&state.refreshButton) {
-    switch (widget) {
-    case SelectionWidget::RefreshButton: return &state.refreshButton;
-    case SelectionWidget::WindowOK: return &state.windowOK;
-    case SelectionWidget::WindowCancel: return &state.windowCancel;
-    case SelectionWidget::RegionButton: return &state.regionButton;
-    case SelectionWidget::MonitorOK: return &state.monitorOK;
-    case SelectionWidget::MonitorCancel: return &state.monitorCancel;
-    default: return nullptr;
-    }
-}
-
 // The window mode's widgets come first in the enumeration.
 bool InWindowMode(SelectionWidget widget) { return widget <= SelectionWidget::WindowCancel; }
 
@@ -99,8 +74,8 @@ void MacCaptureSelectWindow::update() {
 
 bool MacCaptureSelectWindow::isEnabled(SelectionWidget widget) const {
     if (InWindowMode(widget) != windowMode()) return false;
-    if (const SelectionList* list = ListOf(fState, widget)) return list->enabled;
-    const SelectionButton* button = ButtonOf(fState, widget);
+    if (const SelectionList* list = fState.list(widget)) return list->enabled;
+    const SelectionButton* button = fState.button(widget);
     return button && button->enabled;
 }
 
@@ -108,7 +83,7 @@ void MacCaptureSelectWindow::Chose(SelectionWidget list, int index) {
     // Disabled widgets are ignored whatever the view does: while the overlay
     // is up nothing may change the display its region is for.
     if (fClosed || !isEnabled(list)) return;
-    SelectionList* shown = ListOf(fState, list);
+    SelectionList* shown = fState.list(list);
     if (!shown || index < 0 || size_t(index) >= shown->items.size()) return;
     shown->selected = index;
     switch (list) {
