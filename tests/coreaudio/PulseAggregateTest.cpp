@@ -6,6 +6,7 @@
 
 #include "CoreAudioTestSupport.h"
 #include "PulseHarness.h"
+#include "SoundServers.h"
 #include "vnAudioHelper.h"
 #include "vnAudioRouting.h"
 
@@ -16,7 +17,7 @@ using namespace std::chrono_literals;
 
 const AudioObjectPropertyAddress kSubDevices = Address(kAudioAggregateDevicePropertyFullSubDeviceList);
 
-class PulseAggregateTest : public testing::Test {
+class PulseAggregateTest : public testing::TestWithParam<SoundServerKind> {
 protected:
     void SetUp() override {
         if (const std::string why = fHarness.Unavailable(); !why.empty()) GTEST_SKIP() << why;
@@ -43,11 +44,13 @@ protected:
         return uids;
     }
 
-    PulseHarness fHarness;
+    PulseHarness fHarness{GetParam()};
     AudioObjectID fSpeakers = kAudioObjectUnknown;
 };
 
-TEST_F(PulseAggregateTest, TheChainsAggregateIsACombineSinkOverItsSubDeviceUntilDestroyed) {
+INSTANTIATE_TEST_SUITE_P(, PulseAggregateTest, EachSoundServer(), SoundServerName);
+
+TEST_P(PulseAggregateTest, TheChainsAggregateIsACombineSinkOverItsSubDeviceUntilDestroyed) {
     const AudioObjectID aggregate = vnAudioHelper_CreateAggregateDevice(fSpeakers, nullptr, nullptr);
     ASSERT_NE(aggregate, kAudioObjectUnknown);
     EXPECT_EQ(DeviceForUID(kCaptureAggregateUID), aggregate) << "remade with its sub-device, the same device";
@@ -62,7 +65,7 @@ TEST_F(PulseAggregateTest, TheChainsAggregateIsACombineSinkOverItsSubDeviceUntil
     EXPECT_EQ(Destroy(aggregate), kAudioHardwareBadDeviceError);
 }
 
-TEST_F(PulseAggregateTest, TidyingReplacesOneLeftByAnEarlierRunAndLeavesNone) {
+TEST_P(PulseAggregateTest, TidyingReplacesOneLeftByAnEarlierRunAndLeavesNone) {
     ASSERT_NE(vnAudioHelper_CreateAggregateDevice(fSpeakers, nullptr, nullptr), kAudioObjectUnknown);
     vnAudioRouting_TidyAggregate(fSpeakers);
     EXPECT_EQ(DeviceForUID(kCaptureAggregateUID), kAudioObjectUnknown);
@@ -71,7 +74,7 @@ TEST_F(PulseAggregateTest, TidyingReplacesOneLeftByAnEarlierRunAndLeavesNone) {
     EXPECT_TRUE(WaitFor([&] { return ReadDevices() == std::vector<AudioObjectID>{fSpeakers}; }, 10s));
 }
 
-TEST_F(PulseAggregateTest, OnlyAggregatesAreDestroyedAndOnlySinksJoinThem) {
+TEST_P(PulseAggregateTest, OnlyAggregatesAreDestroyedAndOnlySinksJoinThem) {
     EXPECT_EQ(Destroy(fSpeakers), kAudioHardwareBadDeviceError);
     EXPECT_NE(DeviceForUID("contract.speakers"), kAudioObjectUnknown);
 

@@ -6,8 +6,15 @@
 #include "CFText.h"
 #include "CoreFoundation/CoreFoundation.h"
 #include "PulseAudioSystem.h"
+#include "zTime.h"
 
 namespace qcp::coreaudio::pulse {
+namespace {
+// A server may tell of a new combine sink a moment before it tells it whole:
+// it is asked again until it does, for a while.
+constexpr int64_t kAggregatePatienceMicros = 3'000'000;
+constexpr int64_t kAggregatePollMicros = 2'000;
+} // namespace
 
 AggregateDescription DescriptionOf(UInt32 qualifierSize, const void* qualifier) {
     if (qualifierSize != sizeof(CFDictionaryRef) || !qualifier) return {};
@@ -40,7 +47,7 @@ std::string CombineSinkArguments(const AggregateDescription& description, const 
 // The layer's side: PulseAudioSystem's aggregate operations.
 namespace qcp::coreaudio::pulse {
 
-OSStatus PulseAudioSystem::LoadModule(const char* name, const std::string& arguments) {
+OSStatus PulseAudioSystem::LoadModule(const char* name, const std::string& arguments, uint32_t* loaded) {
     uint32_t module = PA_INVALID_INDEX;
     const OSStatus status = fConnection.Run([&](pa_context* context) {
         return pa_context_load_module(
@@ -48,6 +55,7 @@ OSStatus PulseAudioSystem::LoadModule(const char* name, const std::string& argum
             [](pa_context*, uint32_t index, void* result) { *static_cast<uint32_t*>(result) = index; }, &module);
     });
     if (status != kAudioHardwareNoError) return status;
+    if (loaded) *loaded = module;
     return module == PA_INVALID_INDEX ? kAudioHardwareIllegalOperationError : kAudioHardwareNoError;
 }
 
@@ -67,6 +75,20 @@ OSStatus PulseAudioSystem::HearSink(const std::string& name) {
     });
 }
 
+OSStatus PulseAudioSystem::AwaitAggregate(const std::string& name) {
+    const int64_t deadline = zTime::MicroNow() + kAggregatePatienceMicros;
+    for (;;) {
+        if (const OSStatus status = HearSink(name)) return status;
+        {
+            std::lock_guard lock(fMutex);
+            const PulseDevice* device = fDevices.FindName(name);
+            if (device && device->info.aggregate && !device->missing) return kAudioHardwareNoError;
+        }
+        if (zTime::MicroNow() >= deadline) return kAudioHardwareUnspecifiedError;
+        zTime::SleepUntil(zTime::MicroNow() + kAggregatePollMicros);
+    }
+}
+
 OSStatus PulseAudioSystem::CreateAggregate(UInt32 qualifierSize, const void* qualifier, UInt32 size, void* data) {
     if (size != sizeof(AudioObjectID)) return kAudioHardwareBadPropertySizeError;
     const AggregateDescription description = DescriptionOf(qualifierSize, qualifier);
@@ -76,8 +98,20 @@ OSStatus PulseAudioSystem::CreateAggregate(UInt32 qualifierSize, const void* qua
         std::lock_guard lock(fMutex);
         if (fDevices.FindName(description.uid)) return kAudioHardwareIllegalOperationError;
     }
-    if (const OSStatus status = LoadModule("module-combine-sink", CombineSinkArguments(description, {}))) return status;
-    if (const OSStatus status = HearSink(description.uid)) return status;
+    uint32_t module = PA_INVALID_INDEX;
+    if (const OSStatus status = LoadModule("module-combine-sink", CombineSinkArguments(description, {}), &module))
+        return status;
+    if (const OSStatus status = AwaitAggregate(description.uid)) {
+        // Not left half-made: its sink would hold the UID against every later try.
+        UnloadModule(module);
+        Changes changes;
+        {
+            std::lock_guard lock(fMutex);
+            if (const PulseDevice* device = fDevices.FindName(description.uid)) fDevices.Forget(device->id, changes);
+        }
+        fListeners.Notify(changes);
+        return status;
+    }
     std::lock_guard lock(fMutex);
     const PulseDevice* device = fDevices.FindName(description.uid);
     if (!device) return kAudioHardwareUnspecifiedError;
@@ -128,7 +162,7 @@ OSStatus PulseAudioSystem::SetSubDevices(const PulseRequest& request) {
     if (status == kAudioHardwareNoError)
         status = LoadModule("module-combine-sink", CombineSinkArguments(description, request.subDevices));
     // Heard whatever happened: remade, still there, or gone.
-    const OSStatus heard = HearSink(description.uid);
+    const OSStatus heard = status == kAudioHardwareNoError ? AwaitAggregate(description.uid) : HearSink(description.uid);
     if (status == kAudioHardwareNoError) status = heard;
     Changes changes;
     {

@@ -34,14 +34,19 @@ PulseDeviceInfo InfoOf(const Info& server, bool input) {
     const char* version = server.proplist ? pa_proplist_gets(server.proplist, kDriverVersionProperty) : nullptr;
     info.driverVersion = version ? version : "";
     info.module = server.owner_module;
-    info.aggregate = !input && server.driver && std::string_view(server.driver) == "module-combine-sink.c";
+    // PulseAudio names the module's file as the driver; PipeWire's server names
+    // every driver "PipeWire" and groups a combine sink's nodes instead.
+    const char* group = server.proplist ? pa_proplist_gets(server.proplist, "node.group") : nullptr;
+    info.aggregate = !input && ((server.driver && std::string_view(server.driver) == "module-combine-sink.c") ||
+                                (group && std::string_view(group).starts_with("combine-sink-")));
     return info;
 }
 
 constexpr int64_t kRetryMicros = 1'000'000;
 // A server may apply a new default a little after it acknowledged it (a
-// session manager decides): it is asked again until it tells it, for a while.
-constexpr int64_t kDefaultPatienceMicros = 500'000;
+// session manager decides, seconds later on a loaded machine): it is asked
+// again until it tells it, for a while.
+constexpr int64_t kDefaultPatienceMicros = 5'000'000;
 constexpr int64_t kDefaultPollMicros = 1'000;
 // A server that came back may load some devices (a session manager, its
 // start-up commands) a little after it answers: they are awaited this long,

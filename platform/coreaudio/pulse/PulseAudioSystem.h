@@ -142,10 +142,13 @@ private:
     OSStatus CreateAggregate(UInt32 qualifierSize, const void* qualifier, UInt32 size, void* data);
     OSStatus DestroyAggregate(UInt32 size, const void* data);
     OSStatus SetSubDevices(const PulseRequest& request);
-    OSStatus LoadModule(const char* name, const std::string& arguments);
+    // `loaded`, when given, receives the module's index.
+    OSStatus LoadModule(const char* name, const std::string& arguments, uint32_t* loaded = nullptr);
     OSStatus UnloadModule(uint32_t module);
     // Hears a sink by name, and the defaults, before answering.
     OSStatus HearSink(const std::string& name);
+    // Hears the sink until it is told whole as a combine sink, for a while.
+    OSStatus AwaitAggregate(const std::string& name);
 
     mutable std::mutex fMutex;
     PulseDevices fDevices;     // under fMutex
