@@ -254,11 +254,12 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
     progress.Show(elapsed, summary, droppedFrames(), audio ? &*audio : nullptr);
     progress.Close();
     std::string failure;
-    std::string video = recorder ? recorder->videoFile() : "";
+    const auto fail = [&](const std::string& reason) { failure += (failure.empty() ? "" : "; ") + reason; };
+    const std::string video = recorder ? recorder->videoFile() : "";
     if (!video.empty() && audio && audio->result().packets > 0 &&
         !MuxAudio(video, audio->path(), session.SecondsSince(uint64_t(audio->result().startMicros)),
                   recorder->videoSeconds(), error))
-        failure = "the sound could not be put into " + video + ": " + error;
+        fail("the sound could not be put into " + video + ": " + error);
 
     char seconds[96];
     std::snprintf(seconds, sizeof seconds, "{\n  \"seconds\": %.6f,\n  \"stopped_by\": ", elapsed);
@@ -276,7 +277,7 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
             const std::string problem = recorder->videoProblem().empty() ? "no frames" : recorder->videoProblem();
             std::printf("video: none (%s)\n", problem.c_str());
             // Without ffmpeg there is no video to make; any other reason is a failure.
-            if (summary->frames > 0 && ChildProcess::Installed("ffmpeg")) failure = "no video written: " + problem;
+            if (summary->frames > 0 && ChildProcess::Installed("ffmpeg")) fail("no video written: " + problem);
         }
     }
     if (audio) {
@@ -287,11 +288,10 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
     if (std::ofstream(jsonFile) << json << "\n}\n")
         std::printf("summary: %s\n", jsonFile.c_str());
     else
-        failure += (failure.empty() ? "" : "; ") + ("cannot write " + jsonFile);
+        fail("cannot write " + jsonFile);
 
     if (summary && summary->frames == 0) failure = "no video arrived";
-    if (audio && !AudioFailure(*audio).empty())
-        failure += (failure.empty() ? "" : "; ") + AudioFailure(*audio);
+    if (audio && !AudioFailure(*audio).empty()) fail(AudioFailure(*audio));
     if (failure.empty()) return 0;
     std::fprintf(stderr, "qcp-host: %s\n", failure.c_str());
     return 1;

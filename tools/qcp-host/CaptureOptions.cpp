@@ -1,22 +1,14 @@
 #include "CaptureOptions.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
 
 #include "Region.h"
+#include "WholeNumber.h"
 
 namespace qcphost {
 namespace {
-
-// The whole text must be the number: "1.5" is no count, "2x" no duration.
-template <class Integer>
-bool WholeInteger(const std::string& text, Integer& value) {
-    const char* end = text.data() + text.size();
-    const auto [stop, problem] = std::from_chars(text.data(), end, value);
-    return !text.empty() && problem == std::errc() && stop == end;
-}
 
 bool Seconds(const std::string& text, double& value) {
     char* end = nullptr;
@@ -27,7 +19,7 @@ bool Seconds(const std::string& text, double& value) {
 // One option that takes a value; the empty text when it is good.
 std::string Take(const std::string& flag, const std::string& value, CaptureOptions& options) {
     if (flag == "--display") {
-        if (!WholeInteger(value, options.display) || options.display < 0) return "--display takes a display index";
+        if (!ReadWholeNumber(value, options.display) || options.display < 0) return "--display takes a display index";
     } else if (flag == "--region") {
         const std::optional<Region> region = Region::Parse(value);
         if (!region || !region->HasArea())
@@ -44,7 +36,7 @@ std::string Take(const std::string& flag, const std::string& value, CaptureOptio
         if (!Seconds(value, options.seconds) || options.seconds <= 0)
             return "--duration takes a positive number of seconds";
     } else if (flag == "--frames") {
-        if (!WholeInteger(value, options.frames) || options.frames < 1) return "--frames takes a positive count";
+        if (!ReadWholeNumber(value, options.frames) || options.frames < 1) return "--frames takes a positive count";
     } else if (flag == "--output") {
         options.output = value;
     } else if (flag == "--png-interval") {

@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
 #include <cmath>
 #include <string_view>
 
@@ -10,18 +9,14 @@
 
 #include "HostStrings.h"
 #include "Region.h"
+#include "WholeNumber.h"
 
 namespace qcphost {
 namespace {
 
-template <class Number>
-bool Whole(std::string_view text, Number& value) {
-    const char* end = text.data() + text.size();
-    const auto [stop, problem] = std::from_chars(text.data(), end, value);
-    return !text.empty() && problem == std::errc() && stop == end;
+bool Positive(std::string_view text, double& value) {
+    return ReadWholeNumber(text, value) && std::isfinite(value) && value > 0;
 }
-
-bool Positive(std::string_view text, double& value) { return Whole(text, value) && std::isfinite(value) && value > 0; }
 
 } // namespace
 
@@ -37,8 +32,8 @@ std::vector<DisplayInfo> ParseDisplays(const std::string& xml) {
     for (const pugi::xml_node node : document.child("displays").children("display")) {
         DisplayInfo display;
         display.name = node.attribute("name").value();
-        if (Whole(node.attribute("index").value(), display.index) && display.index >= 0 &&
-            Whole(node.attribute("id").value(), display.id) && display.id != 0 &&
+        if (ReadWholeNumber(node.attribute("index").value(), display.index) && display.index >= 0 &&
+            ReadWholeNumber(node.attribute("id").value(), display.id) && display.id != 0 &&
             Positive(node.attribute("width").value(), display.width) &&
             Positive(node.attribute("height").value(), display.height) &&
             Positive(node.attribute("scale").value(), display.scale))

@@ -1,13 +1,13 @@
 #include "SettingsCheck.h"
 
 #include <algorithm>
-#include <charconv>
 #include <optional>
 #include <string_view>
 
 #include <pugixml.hpp>
 
 #include "Region.h"
+#include "WholeNumber.h"
 
 namespace qcphost {
 namespace {
@@ -35,9 +35,7 @@ constexpr Parameter kParameters[] = {
 
 std::optional<int32_t> Integer(std::string_view text) {
     int32_t value = 0;
-    const char* end = text.data() + text.size();
-    const auto [stop, problem] = std::from_chars(text.data(), end, value);
-    if (text.empty() || problem != std::errc() || stop != end) return std::nullopt;
+    if (!ReadWholeNumber(text, value)) return std::nullopt;
     return value;
 }
 

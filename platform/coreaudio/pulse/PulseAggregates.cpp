@@ -6,14 +6,12 @@
 #include "CFText.h"
 #include "CoreFoundation/CoreFoundation.h"
 #include "PulseAudioSystem.h"
-#include "zTime.h"
 
 namespace qcp::coreaudio::pulse {
 namespace {
 // A server may tell of a new combine sink a moment before it tells it whole:
 // it is asked again until it does, for a while.
 constexpr int64_t kAggregatePatienceMicros = 3'000'000;
-constexpr int64_t kAggregatePollMicros = 2'000;
 } // namespace
 
 AggregateDescription DescriptionOf(UInt32 qualifierSize, const void* qualifier) {
@@ -76,17 +74,12 @@ OSStatus PulseAudioSystem::HearSink(const std::string& name) {
 }
 
 OSStatus PulseAudioSystem::AwaitAggregate(const std::string& name) {
-    const int64_t deadline = zTime::MicroNow() + kAggregatePatienceMicros;
-    for (;;) {
-        if (const OSStatus status = HearSink(name)) return status;
-        {
-            std::lock_guard lock(fMutex);
+    return AskUntil(
+        kAggregatePatienceMicros, [&] { return HearSink(name); },
+        [&] {
             const PulseDevice* device = fDevices.FindName(name);
-            if (device && device->info.aggregate && !device->missing) return kAudioHardwareNoError;
-        }
-        if (zTime::MicroNow() >= deadline) return kAudioHardwareUnspecifiedError;
-        zTime::SleepUntil(zTime::MicroNow() + kAggregatePollMicros);
-    }
+            return device && device->info.aggregate && !device->missing;
+        });
 }
 
 OSStatus PulseAudioSystem::CreateAggregate(UInt32 qualifierSize, const void* qualifier, UInt32 size, void* data) {
@@ -161,9 +154,11 @@ OSStatus PulseAudioSystem::SetSubDevices(const PulseRequest& request) {
     OSStatus status = UnloadModule(module);
     if (status == kAudioHardwareNoError)
         status = LoadModule("module-combine-sink", CombineSinkArguments(description, request.subDevices));
-    // Heard whatever happened: remade, still there, or gone.
-    const OSStatus heard = status == kAudioHardwareNoError ? AwaitAggregate(description.uid) : HearSink(description.uid);
-    if (status == kAudioHardwareNoError) status = heard;
+    // Heard whatever happened: remade (awaited whole), still there, or gone.
+    if (status == kAudioHardwareNoError)
+        status = AwaitAggregate(description.uid);
+    else
+        HearSink(description.uid);
     Changes changes;
     {
         // Not heard again: it went with its module.

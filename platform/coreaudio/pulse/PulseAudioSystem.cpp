@@ -47,7 +47,7 @@ constexpr int64_t kRetryMicros = 1'000'000;
 // session manager decides, seconds later on a loaded machine): it is asked
 // again until it tells it, for a while.
 constexpr int64_t kDefaultPatienceMicros = 5'000'000;
-constexpr int64_t kDefaultPollMicros = 1'000;
+constexpr int64_t kAskPollMicros = 1'000;
 // A server that came back may load some devices (a session manager, its
 // start-up commands) a little after it answers: they are awaited this long,
 // looked for this often, before what is missing is taken as gone.
@@ -348,18 +348,29 @@ OSStatus PulseAudioSystem::Carry(const PulseRequest& request) {
 OSStatus PulseAudioSystem::AwaitDefault(const PulseRequest& request) {
     const auto selector =
         request.input ? kAudioHardwarePropertyDefaultInputDevice : kAudioHardwarePropertyDefaultOutputDevice;
-    const int64_t deadline = zTime::MicroNow() + kDefaultPatienceMicros;
-    while (true) {
+    return AskUntil(
+        kDefaultPatienceMicros,
+        [&] {
+            return fConnection.Run(
+                [&](pa_context* context) { return pa_context_get_server_info(context, &OnServerInfo, this); });
+        },
+        [&] {
+            const PulseDevice* device = fDevices.FindName(request.name);
+            return device && fDevices.Default(selector) == device->id;
+        });
+}
+
+OSStatus PulseAudioSystem::AskUntil(int64_t patienceMicros, const std::function<OSStatus()>& ask,
+                                    const std::function<bool()>& told) {
+    const int64_t deadline = zTime::MicroNow() + patienceMicros;
+    for (;;) {
+        if (const OSStatus status = ask()) return status;
         {
             std::lock_guard lock(fMutex);
-            const PulseDevice* device = fDevices.FindName(request.name);
-            if (device && fDevices.Default(selector) == device->id) return kAudioHardwareNoError;
+            if (told()) return kAudioHardwareNoError;
         }
         if (zTime::MicroNow() >= deadline) return kAudioHardwareUnspecifiedError;
-        zTime::SleepUntil(zTime::MicroNow() + kDefaultPollMicros);
-        if (const OSStatus status = fConnection.Run(
-                [&](pa_context* context) { return pa_context_get_server_info(context, &OnServerInfo, this); }))
-            return status;
+        zTime::SleepUntil(zTime::MicroNow() + kAskPollMicros);
     }
 }
 

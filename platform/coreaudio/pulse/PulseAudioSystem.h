@@ -122,6 +122,10 @@ private:
     OSStatus Carry(const PulseRequest& request);
     // Until the server tells the default `request` set, within a bound.
     OSStatus AwaitDefault(const PulseRequest& request);
+    // Asks the server (`ask`, no lock held) until it has told what `told`
+    // looks for (under fMutex), for `patienceMicros`: a server may apply a
+    // change a moment after acknowledging it.
+    OSStatus AskUntil(int64_t patienceMicros, const std::function<OSStatus()>& ask, const std::function<bool()>& told);
     // Connects and hears every device and the defaults; false when no server
     // answers. Not on the loop's thread.
     bool Connect();
