@@ -29,6 +29,12 @@ zSignal::WaitResult zSignal::Wait(int64_t micros) {
         fCondition.wait(lock, [this] { return fRaised; });
         return WaitResult::Signalled;
     }
-    const bool raised = zTime::WaitUntil(fCondition, lock, zTime::MicroNow() + micros, [this] { return fRaised; });
+    lock.unlock();
+    return WaitUntil(zTime::MicroNow() + micros);
+}
+
+zSignal::WaitResult zSignal::WaitUntil(int64_t deadline) {
+    std::unique_lock lock(fMutex);
+    const bool raised = zTime::WaitUntil(fCondition, lock, deadline, [this] { return fRaised; });
     return raised ? WaitResult::Signalled : WaitResult::TimedOut;
 }

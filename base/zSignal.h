@@ -18,6 +18,10 @@ public:
     // Waits up to `micros` microseconds of the zTime clock (negative or
     // immense: forever).
     WaitResult Wait(int64_t micros);
+    // Waits until `deadline` on the zTime clock. A loop paced to deadlines
+    // waits this way: a relative wait measured from a moment after its own
+    // reading of the clock would miss a deadline the clock passed meanwhile.
+    WaitResult WaitUntil(int64_t deadline);
 
 private:
     mutable std::mutex fMutex;

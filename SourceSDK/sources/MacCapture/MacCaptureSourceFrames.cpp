@@ -68,7 +68,7 @@ void MacCaptureSource::renderLoop() {
         deadline += kRenderIntervalMicros;
         const int64_t now = zTime::MicroNow();
         if (deadline < now) deadline = now;
-        fRenderWake.Wait(deadline - now);
+        fRenderWake.WaitUntil(deadline);
     }
 }
 
