@@ -1,9 +1,10 @@
 #pragma once
-#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
+
+typedef struct _GMainLoop GMainLoop;
 
 // GTK 3 for the plug-in's windows, on the thread that turns GLib's default
 // main context (GDK's X events arrive there, and GTK is used from that
@@ -64,11 +65,13 @@ private:
     void Acquire();
     void Release();
     void Post(Work work);
-    void RunOwnThread();
+    static void RunOwnThread(GMainLoop* loop);
 
     std::mutex fMutex;
     int fUses = 0;
-    std::thread fThread; // the plug-in's own; not joinable when the host's loop runs GTK
+    // The plug-in's own thread and its loop; none while the host's loop runs GTK.
+    std::thread fThread;
+    GMainLoop* fOwnLoop = nullptr;
 };
 
 } // namespace qcp::platform::gtk
