@@ -7,10 +7,37 @@
 #include "X11Factory.h"
 #include "X11DisplayLink.h"
 #include "X11DisplayStream.h"
+#if QCP_HAVE_GTK
+#include "GtkLoop.h"
+#include "GtkSelectionWindow.h"
+#endif
 
 namespace qcp::platform::x11 {
+namespace {
 
-X11Platform::X11Platform(const std::string& displayName) : fServer(displayName) { fScreens.list(); }
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kUnderThreadSanitizer = true;
+#elif defined(__has_feature)
+constexpr bool kUnderThreadSanitizer = __has_feature(thread_sanitizer);
+#else
+constexpr bool kUnderThreadSanitizer = false;
+#endif
+
+std::unique_ptr<gtk::GtkLoop> MakeGtkLoop(const std::string& displayName) {
+#if QCP_HAVE_GTK
+    if (!kUnderThreadSanitizer && !displayName.empty()) return std::make_unique<gtk::GtkLoop>();
+#endif
+    (void)displayName;
+    return nullptr;
+}
+
+} // namespace
+
+X11Platform::X11Platform(const std::string& displayName) : fGtk(MakeGtkLoop(displayName)), fServer(displayName) {
+    fScreens.list();
+}
+
+X11Platform::~X11Platform() = default;
 
 std::unique_ptr<DisplayStream> X11Platform::createDisplayStream(DisplayStreamConfig config) {
     assert(config.queue && config.handler && config.outputWidth > 0 && config.outputHeight > 0);
@@ -32,6 +59,14 @@ std::unique_ptr<DisplayLink> X11Platform::createDisplayLink(uint32_t displayID, 
 }
 
 Surface* X11Platform::createSurface(const SurfaceProperties& properties) { return CreateShmSurface(properties); }
+
+std::unique_ptr<SelectionWindowView> X11Platform::createSelectionWindow(SelectionWindowInput& input) {
+#if QCP_HAVE_GTK
+    if (fGtk) return std::make_unique<gtk::GtkSelectionWindow>(*fGtk, input);
+#endif
+    (void)input;
+    return nullptr;
+}
 
 std::unique_ptr<Platform> MakePlatform() {
     const char* display = std::getenv("DISPLAY");

@@ -10,6 +10,10 @@
 #include "X11System.h"
 #include "X11WindowServer.h"
 
+namespace qcp::platform::gtk {
+class GtkLoop;
+}
+
 namespace qcp::platform::x11 {
 
 // The real desktop on an X server. Screens, the window server and the cursor
@@ -24,12 +28,17 @@ namespace qcp::platform::x11 {
 // X11Server describes, and what comes after its return works as before.
 // Streams and links made before a loss end (see X11DisplayStream,
 // X11DisplayLink); new ones must be made.
+//
+// Windows and alerts are GTK's (GtkLoop), when the plug-in is built with it
+// and not under ThreadSanitizer (GTK and GLib are not built for it: their
+// hand-offs would all read as races); otherwise none are shown.
 class X11Platform final : public Platform {
 public:
     // Works on `displayName`; empty when there is no display. Connects at
     // once, so that a display that cannot be opened is reported now rather
     // than at first use.
     explicit X11Platform(const std::string& displayName);
+    ~X11Platform() override;
 
     std::string_view Name() const override { return "linux"; }
     Screens& screens() override { return fScreens; }
@@ -40,14 +49,16 @@ public:
     std::unique_ptr<DisplayStream> createDisplayStream(DisplayStreamConfig config) override;
     std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) override;
     Surface* createSurface(const SurfaceProperties& properties) override;
+    std::unique_ptr<SelectionWindowView> createSelectionWindow(SelectionWindowInput& input) override;
 
 private:
+    std::unique_ptr<gtk::GtkLoop> fGtk; // null: no windows
     X11Server fServer;
     X11Screens fScreens{fServer};
     X11WindowServer fWindowServer{fServer};
     X11Cursor fCursor{fServer};
     CpuCompositor fCompositor;
-    X11System fSystem;
+    X11System fSystem{fGtk.get()};
 };
 
 } // namespace qcp::platform::x11

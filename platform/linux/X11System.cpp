@@ -12,6 +12,9 @@
 #include <thread>
 
 #include "zTraceManager.h"
+#if QCP_HAVE_GTK
+#include "GtkAlerts.h"
+#endif
 
 extern char** environ;
 
@@ -42,9 +45,20 @@ std::string X11System::resourceFolder() const {
     return std::filesystem::is_directory(resources, error) ? resources.string() : folder.string();
 }
 
-void X11System::showAlertSheet(const Alert& alert) { Report("alert", alert); }
+void X11System::showAlertSheet(const Alert& alert) {
+#if QCP_HAVE_GTK
+    if (fGtk) {
+        gtk::ShowAlert(*fGtk, alert);
+        return;
+    }
+#endif
+    Report("alert", alert);
+}
 
 int X11System::runModalAlert(const Alert& alert) {
+#if QCP_HAVE_GTK
+    if (fGtk) return gtk::RunModalAlert(*fGtk, alert);
+#endif
     Report("modal alert (not shown)", alert);
     return -1;
 }

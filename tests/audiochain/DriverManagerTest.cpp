@@ -241,7 +241,7 @@ TEST(X11InstallerRun, ReportsTheScriptsExitStatusWithoutBlocking) {
     ASSERT_EQ(mkfifo(gate.c_str(), 0600), 0);
     // Reading the gate blocks the script until the test writes to it.
     std::ofstream(script) << "read line < '" << gate.string() << "'\nexit 3\n";
-    qcp::platform::x11::X11System system;
+    qcp::platform::x11::X11System system(nullptr);
     std::atomic<int> status{-100};
     system.runInstallerPackage(script.string(), [&](int exitStatus) { status = exitStatus; });
     EXPECT_EQ(status, -100);

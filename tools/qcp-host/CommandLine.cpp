@@ -4,6 +4,7 @@
 
 #include "CaptureOptions.h"
 #include "HelpText.h"
+#include "WholeNumber.h"
 
 namespace qcphost {
 namespace {
@@ -20,6 +21,13 @@ std::string UsageProblem(const std::string& command, const std::vector<std::stri
     if (command == "settings") {
         const bool fits = (args.size() == 2 && args[0] == "get") || (args.size() == 3 && args[0] == "set");
         return fits ? "" : "settings takes get SOURCE, or set SOURCE XML|@FILE";
+    }
+    if (command == "configure")
+        return args.size() == 1 || args.size() == 2 ? "" : "configure takes SOURCE, and optionally XML|@FILE";
+    if (command == "choose-region") {
+        int display = 0;
+        const bool fits = args.size() == 2 && args[0] == "--display" && ReadWholeNumber(args[1], display) && display >= 0;
+        return fits ? "" : "choose-region takes --display N";
     }
     if (command == "driver") {
         const bool fits = args.size() == 1 && (args[0] == "status" || args[0] == "install" || args[0] == "uninstall");

@@ -117,9 +117,46 @@ Exit status: 0 done (status: installed and current), 1 failed, 2 bad usage or
 pactl missing, 3 no sound server; status also 4 not installed, 5 outdated.
 )";
 
+constexpr std::string_view kConfigure = R"(usage: qcp-host [--plugin PATH] configure SOURCE [XML|@FILE]
+
+Makes a screen source named SOURCE, applies the record if one is given
+(checked as `settings set` checks it), and opens the plug-in's selection
+dialog for it: the display picker for a display source (the default), the
+application and window picker for a window or game source ("Type" 1 or 2).
+Once the user presses OK, prints the source's settings record.
+
+The dialog needs a display and a plug-in built with its windows (GTK 3 on
+Linux). Return presses OK, Escape Cancel; typing over a list finds an entry.
+Ctrl-C closes the dialog.
+
+Options: none.
+Exit status: 0 answered with OK, 1 no dialog could be shown, the file cannot
+be read, or stopped by a signal, 2 bad usage or a refused record,
+3 cancelled.
+)";
+
+constexpr std::string_view kChooseRegion = R"(usage: qcp-host [--plugin PATH] choose-region --display N
+
+Opens the plug-in's selection dialog on display N (its index in `qcp-host
+list`). Choose the region entry: the display darkens around a rectangle to
+move by dragging inside it and to size by its eight handles; Return keeps it,
+Escape drops it. Then press OK. Prints the region as LEFT,TOP,RIGHT,BOTTOM
+(the display's points from its top-left corner, edges inclusive), as
+`qcp-host capture --region` takes it.
+
+Options:
+  --display N  the display to draw on (required)
+
+Exit status: 0 a region was chosen, 1 no dialog could be shown or stopped by
+a signal, 2 bad usage or no such display, 3 cancelled or the whole display
+chosen.
+)";
+
 constexpr CommandHelp kCommands[] = {
     {"list", "the model, devices, sources, displays, applications and windows", kList},
     {"settings", "a source's settings record: get SOURCE, or set SOURCE XML|@FILE", kSettings},
+    {"configure", "opens the selection dialog for a source and prints its answer", kConfigure},
+    {"choose-region", "lets the user draw a region on a display and prints it", kChooseRegion},
     {"capture", "captures a display, a region or a window, and the system audio", kCapture},
     {"driver", "the audio capture driver: status, install or uninstall", kDriver},
 };
@@ -144,7 +181,8 @@ Environment:
   QCP_PLATFORM  sim or linux: the platform the plug-in uses (native by default)
   QCP_LOG       stderr or a file path: where the plug-in's trace goes
 
-Exit status: 0 done, 1 failed, 2 bad usage; driver has more (see its help).
+Exit status: 0 done, 1 failed, 2 bad usage; driver, configure and
+choose-region have more (see their help).
 )";
 
 } // namespace

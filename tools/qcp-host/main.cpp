@@ -16,6 +16,8 @@ namespace {
 int Run(qcphost::PluginLibrary& plugin, const qcphost::CommandLine& line) {
     if (line.command == "list") return qcphost::ListCommand(plugin);
     if (line.command == "settings") return qcphost::SettingsCommand(plugin, line.args);
+    if (line.command == "configure") return qcphost::ConfigureCommand(plugin, line.args);
+    if (line.command == "choose-region") return qcphost::ChooseRegionCommand(plugin, std::stoi(line.args[1]));
     return qcphost::CaptureCommand(plugin, line.args);
 }
 

@@ -108,6 +108,8 @@ public:
     // when `flag` is 0; the answer is applied by handleWindowMonitorSelection
     // on the main queue. Any thread but the main queue's.
     void promptWindowMonitorSelection(const std::string& id, int flag);
+    // Whether `id`'s selection dialog is open: from the prompt until its answer.
+    bool isSelectionPromptOpen(const std::string& id) const;
     void handleWindowMonitorSelection(const std::string& id, int32_t type, int response, int index,
                                       const zRect* region);
 

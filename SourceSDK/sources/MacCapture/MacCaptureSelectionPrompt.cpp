@@ -60,17 +60,14 @@ void MacCaptureManager::promptWindowMonitorSelection(const std::string& id, int 
     fSelectionPromptShown = true;
 }
 
+bool MacCaptureManager::isSelectionPromptOpen(const std::string& id) const {
+    std::lock_guard lock(fPromptLock);
+    return !id.empty() && fPromptSourceID == id;
+}
+
 void MacCaptureManager::handleWindowMonitorSelection(const std::string& id, int32_t type, int response, int index,
                                                      const zRect* region) {
     stopCaptureMonitorForSourceID(id);
-    {
-        std::lock_guard lock(fPromptLock);
-        if (fPromptSourceID == id) fPromptSourceID.clear();
-    }
-    if (response == MacCaptureSelectionDialog::kUserResponseCancel) {
-        fSelectionPromptShown = false;
-        return;
-    }
     if (response == MacCaptureSelectionDialog::kUserResponseOK &&
         (type == kCaptureDisplay || type == kCaptureWindow || type == kCaptureGame)) {
         if (type == kCaptureDisplay && region) {
@@ -95,6 +92,16 @@ void MacCaptureManager::handleWindowMonitorSelection(const std::string& id, int3
             startCaptureMonitorForSourceID(id, title, application);
         }
         if (const RecordRef record = findRecord(id)) record->NotifySourceSettingsChanged();
+    }
+    // Open until the answer is applied: a host that sees the dialog closed
+    // has already been told of the new settings.
+    {
+        std::lock_guard lock(fPromptLock);
+        if (fPromptSourceID == id) fPromptSourceID.clear();
+    }
+    if (response == MacCaptureSelectionDialog::kUserResponseCancel) {
+        fSelectionPromptShown = false;
+        return;
     }
     if (IsCaptureVideo(id)) {
         if (const SourceControl info = control(id); info && info->source->isRunng()) info->source->stop();

@@ -139,6 +139,10 @@ int QCP_GetProperty(void* context, QCP_PropertyCallback callback, const char* pr
         }
         if (qcp::IsAudioDevice(deviceId) || !sourceId || !qcp::Manager().findRecord(sourceId))
             return 0;
+        if (name == "ScreenCaptureSelectionOpen") {
+            AnswerInt(context, callback, qcp::Manager().isSelectionPromptOpen(sourceId) ? 1 : 0);
+            return 1;
+        }
         const bool answered = (name == "analytics_subtype" && Subtype(sourceId, text)) ||
                               (name == "analytics_tertiary_type" && TertiaryType(sourceId, text));
         if (answered) AnswerText(context, callback, text);
