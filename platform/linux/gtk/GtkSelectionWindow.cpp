@@ -36,10 +36,10 @@ public:
             return;
         }
         Build();
+        // Everything shown, then the other mode's page hidden, before the
+        // window maps: its size is then that of the one page.
+        gtk_widget_show_all(gtk_bin_get_child(GTK_BIN(fWindow)));
         Update(state);
-        gtk_widget_show_all(fWindow);
-        gtk_widget_set_visible(fWindowMode, state.windowMode);
-        gtk_widget_set_visible(fMonitorMode, !state.windowMode);
         gtk_widget_grab_focus(GTK_WIDGET(List(state.windowMode ? SelectionWidget::ProcessList
                                                                  : SelectionWidget::MonitorList).view));
         gtk_window_present(GTK_WINDOW(fWindow));
@@ -50,10 +50,10 @@ public:
         gtk_window_set_title(GTK_WINDOW(fWindow), state.title.c_str());
         gtk_widget_set_visible(fWindowMode, state.windowMode);
         gtk_widget_set_visible(fMonitorMode, !state.windowMode);
-        gtk_label_set_text(fProcessText, state.processText.c_str());
-        gtk_label_set_text(fWindowText, state.windowText.c_str());
-        gtk_label_set_text(fMonitorText, state.monitorText.c_str());
-        gtk_label_set_text(fSelectionText, state.selectionText.c_str());
+        ShowCaption(fProcessText, state.processText);
+        ShowCaption(fWindowText, state.windowText);
+        ShowCaption(fMonitorText, state.monitorText);
+        ShowCaption(fSelectionText, state.selectionText);
         for (ListWidget& list : fLists) ShowList(list, *state.list(list.id));
         for (ButtonWidget& button : fButtons) {
             const SelectionButton& shown = *state.button(button.id);
@@ -167,7 +167,7 @@ private:
         GtkWidget* scrolled = gtk_scrolled_window_new(nullptr, nullptr);
         gtk_scrolled_window_set_shadow_type(GTK_SCROLLED_WINDOW(scrolled), GTK_SHADOW_IN);
         gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scrolled), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-        gtk_widget_set_size_request(scrolled, -1, kListHeight);
+        gtk_scrolled_window_set_min_content_height(GTK_SCROLLED_WINDOW(scrolled), kListHeight);
         gtk_container_add(GTK_CONTAINER(scrolled), GTK_WIDGET(list.view));
         gtk_box_pack_start(GTK_BOX(page), scrolled, TRUE, TRUE, 0);
     }
@@ -180,6 +180,12 @@ private:
         button.button = GTK_BUTTON(gtk_button_new_with_label(""));
         g_signal_connect(button.button, "clicked", G_CALLBACK(Clicked), &button);
         return GTK_WIDGET(button.button);
+    }
+
+    // A caption without text takes no room.
+    static void ShowCaption(GtkLabel* label, const std::string& text) {
+        gtk_label_set_text(label, text.c_str());
+        gtk_widget_set_visible(GTK_WIDGET(label), !text.empty());
     }
 
     // Shows the core's list without the changes reading as the user's.
