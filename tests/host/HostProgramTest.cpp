@@ -56,6 +56,9 @@ TEST(HostProgram, CaptureRefusesADisplayOrRegionThePluginLacks) {
         return run.err;
     };
     EXPECT_EQ(refusal({"--display", "2"}), "qcp-host: no display 2; the plug-in lists 2 (0 to 1)\n");
+    const HostRun choose = RunHost({"choose-region", "--display", "2"});
+    EXPECT_EQ(choose.status, 2);
+    EXPECT_EQ(choose.err, "qcp-host: no display 2; the plug-in lists 2 (0 to 1)\n");
     // Display 0 is 1920 x 1080 points: a region wholly off it, and one a
     // point too wide, are refused alike (they gave black frames, or none).
     EXPECT_EQ(refusal({"--region", "5000,0,5100,100"}),
@@ -77,6 +80,11 @@ TEST(HostProgram, SaysSoWhenThereIsNoDisplay) {
     EXPECT_EQ(capture.status, 1);
     EXPECT_NE(capture.err.find(why), std::string::npos) << capture.err;
     EXPECT_EQ(capture.out.find("frames:"), std::string::npos) << "nothing is recorded: " << capture.out;
+
+    const HostRun configure = RunHost({"configure", "S"}, noX);
+    EXPECT_EQ(configure.status, 1);
+    EXPECT_EQ(configure.err, "qcp-host: the plug-in showed no dialog (no display, or built without windows)\n");
+    EXPECT_TRUE(configure.out.empty()) << configure.out;
 }
 
 namespace {
@@ -85,7 +93,7 @@ bool OneLine(const std::string& text) { return !text.empty() && text.find('\n') 
 } // namespace
 
 TEST(HostProgram, EachCommandHasItsHelp) {
-    for (const std::string command : {"list", "settings", "capture", "driver"}) {
+    for (const std::string command : {"list", "settings", "configure", "choose-region", "capture", "driver"}) {
         const HostRun help = RunHost({"help", command});
         EXPECT_EQ(help.status, 0) << command << ": " << help.err;
         EXPECT_TRUE(help.err.empty()) << help.err;
@@ -116,7 +124,8 @@ TEST(HostProgram, CaptureHelpGivesEveryOptionItsDefault) {
 TEST(HostProgram, OverviewNamesTheCommands) {
     const HostRun overview = RunHost({"--help"});
     EXPECT_EQ(overview.status, 0);
-    for (const std::string word : {"list", "settings", "capture", "driver", "qcp-host help COMMAND", "--plugin PATH",
+    for (const std::string word : {"list", "settings", "configure", "choose-region", "capture", "driver",
+                                   "qcp-host help COMMAND", "--plugin PATH",
                                    "QCP_PLATFORM"})
         EXPECT_NE(overview.out.find(word), std::string::npos) << word;
     EXPECT_EQ(RunHost({"help"}).out, overview.out);
@@ -132,6 +141,10 @@ TEST(HostProgram, BadUsageIsOneLine) {
         {{"capture", "--colour", "red"}, "unknown option --colour"},
         {{"capture", "--frames", "0"}, "--frames takes a positive count"},
         {{"driver", "restart"}, "qcp-host help driver"},
+        {{"configure"}, "qcp-host help configure"},
+        {{"configure", "S", "<settings/>", "more"}, "qcp-host help configure"},
+        {{"choose-region"}, "choose-region takes --display N"},
+        {{"choose-region", "--display", "-1"}, "qcp-host help choose-region"},
         {{"--verbose", "list"}, "unknown option '--verbose'"},
         {{"--plugin"}, "--plugin needs a path"},
         // Usage is judged before the plug-in is loaded.

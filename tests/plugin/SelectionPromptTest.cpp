@@ -11,10 +11,25 @@ using qcp::platform::SelectionWidget;
 
 namespace {
 
+// The source's "ScreenCaptureSelectionOpen" property: -1 when unanswered.
+int SelectionOpen(const std::string& id) {
+    int32_t open = -1;
+    const auto answer = [](void* context, QCP_PropertyType type, void* value) {
+        if (type == QCP_PROPERTY_INT32) *static_cast<int32_t*>(context) = *static_cast<const int32_t*>(value);
+    };
+    QCP_GetProperty(&open, answer, "ScreenCaptureSelectionOpen", QCP_SCREEN_DEVICE_ID, id.c_str());
+    return open;
+}
+
 struct Changes {
+    std::string id;
     std::atomic<int> settings{0};
+    std::atomic<int> openWhenTold{-1};
     static void Changed(void* context, int event) {
-        if (event == QCP_EVENT_SETTINGS_CHANGED) ++static_cast<Changes*>(context)->settings;
+        auto& changes = *static_cast<Changes*>(context);
+        if (event != QCP_EVENT_SETTINGS_CHANGED) return;
+        ++changes.settings;
+        changes.openWhenTold = SelectionOpen(changes.id);
     }
 };
 
@@ -26,6 +41,7 @@ protected:
         notes = world().OpenWindow(4300, "Shopping list", {100, 100, 400, 300});
         ideas = world().OpenWindow(4300, "Ideas", {600, 100, 400, 300});
         id = CreateSource();
+        changes.id = id;
         QCP_RegisterSourceChangedCallback(QCP_SCREEN_DEVICE_ID, id.c_str(), &Changes::Changed, &changes);
     }
     void Prompt(int flag = 0) { EXPECT_EQ(QCP_ShowCustomConfigDialog(QCP_SCREEN_DEVICE_ID, id.c_str(), flag), 1); }
@@ -61,12 +77,17 @@ TEST_F(SelectionPromptTest, TheChosenDisplayIsAppliedAndTheHostToldOnce) {
     ASSERT_EQ(window->monitorList.items.size(), 2u);
     EXPECT_EQ(window->monitorList.selected, 0);
 
+    EXPECT_EQ(SelectionOpen(id), 1);
+
     ASSERT_TRUE(user().Choose(SelectionWidget::MonitorList, 1));
     ASSERT_TRUE(user().Press(SelectionWidget::MonitorOK));
     EXPECT_EQ(user().OpenWindows(), 0);
     EXPECT_EQ(Value(Settings(id), "capture_monitor"), "1");
     EXPECT_EQ(Value(Settings(id), "capture_monitor_state"), "0");
     EXPECT_EQ(changes.settings, 1);
+    // A host waiting for the dialog to close has heard of the new settings by then.
+    EXPECT_EQ(changes.openWhenTold, 1);
+    EXPECT_EQ(SelectionOpen(id), 0);
 }
 
 TEST_F(SelectionPromptTest, TheChosenWindowIsApplied) {
@@ -93,6 +114,7 @@ TEST_F(SelectionPromptTest, AGameAnsweredWithAnotherWindowIsFollowedThere) {
 TEST_F(SelectionPromptTest, CancelAndAFlagLeaveTheSourceAsItWas) {
     Prompt(1);
     EXPECT_EQ(user().OpenWindows(), 0) << "a non-zero flag shows nothing";
+    EXPECT_EQ(SelectionOpen(id), 0);
     EXPECT_EQ(QCP_ShowCustomConfigDialog(QCP_AUDIO_DEVICE_ID, nullptr, 0), 1);
     EXPECT_EQ(user().OpenWindows(), 0) << "the audio device has no dialog";
 
@@ -105,8 +127,10 @@ TEST_F(SelectionPromptTest, CancelAndAFlagLeaveTheSourceAsItWas) {
     ASSERT_FALSE(user().Sheets().empty());
     EXPECT_EQ(user().Sheets().back().first, "obr_close_mon_win_dialog");
 
+    EXPECT_EQ(SelectionOpen(id), 1);
     ASSERT_TRUE(user().Press(SelectionWidget::MonitorCancel));
     EXPECT_EQ(user().OpenWindows(), 0);
+    EXPECT_EQ(SelectionOpen(id), 0);
     EXPECT_EQ(changes.settings, 0);
     SetSettings(id, "<settings><parameter name=\"Type\" value=\"1\"/></settings>");
     EXPECT_EQ(Value(Settings(id), "Type"), "1") << "the type changes again once the dialog answered";

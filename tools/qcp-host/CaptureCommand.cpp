@@ -134,8 +134,7 @@ int CheckScreen(PluginLibrary& plugin, const CaptureOptions& options) {
     }
     const DisplayInfo* display = FindDisplay(displays, options.display);
     if (!display) {
-        std::fprintf(stderr, "qcp-host: no display %d; the plug-in lists %zu (0 to %zu)\n", options.display,
-                     displays.size(), displays.size() - 1);
+        std::fprintf(stderr, "qcp-host: %s\n", NoSuchDisplayMessage(displays, options.display).c_str());
         return 2;
     }
     if (const std::optional<Region> region = Region::Parse(options.region)) {

@@ -2,6 +2,7 @@
 // --display N`: the plug-in's selection dialog, answered at the screen.
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <cstdio>
 #include <thread>
 
@@ -67,8 +68,13 @@ int ConfigureCommand(PluginLibrary& plugin, const std::vector<std::string>& args
 
 int ChooseRegionCommand(PluginLibrary& plugin, int display) {
     const std::vector<DisplayInfo> displays = ReadDisplays(plugin);
+    if (displays.empty()) {
+        std::fprintf(stderr, "qcp-host: %s\n",
+                     NoDisplaysMessage(std::getenv("QCP_PLATFORM"), std::getenv("DISPLAY")).c_str());
+        return 1;
+    }
     if (!FindDisplay(displays, display)) {
-        std::fprintf(stderr, "qcp-host: there is no display %d (qcp-host list shows them)\n", display);
+        std::fprintf(stderr, "qcp-host: %s\n", NoSuchDisplayMessage(displays, display).c_str());
         return 2;
     }
     const std::string source = "choose-region";

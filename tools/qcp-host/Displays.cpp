@@ -59,6 +59,10 @@ std::string RegionProblem(const DisplayInfo& display, int32_t left, int32_t top,
     return "region " + region.Text() + " extends past " + which;
 }
 
+std::string NoSuchDisplayMessage(const std::vector<DisplayInfo>& displays, int index) {
+    return fmt::format("no display {}; the plug-in lists {} (0 to {})", index, displays.size(), displays.size() - 1);
+}
+
 std::string NoDisplaysMessage(const char* platform, const char* display) {
     const std::string name = platform ? platform : "";
     if (!name.empty() && name != "linux") return "no displays: the " + name + " platform offers none";

@@ -30,6 +30,9 @@ const DisplayInfo* FindDisplay(const std::vector<DisplayInfo>& displays, int ind
 // else one line saying it has no area, lies outside or extends past it.
 std::string RegionProblem(const DisplayInfo& display, int32_t left, int32_t top, int32_t right, int32_t bottom);
 
+// Why `index` names none of `displays` (which are not empty).
+std::string NoSuchDisplayMessage(const std::vector<DisplayInfo>& displays, int index);
+
 // Why the plug-in may list no displays, from QCP_PLATFORM and DISPLAY (either
 // null when unset).
 std::string NoDisplaysMessage(const char* platform, const char* display);

@@ -152,8 +152,11 @@ a signal, 2 bad usage or no such display, 3 cancelled or the whole display
 chosen.
 )";
 
+// The summaries' column: past the longest name.
+constexpr size_t kNameColumn = 15;
+
 constexpr CommandHelp kCommands[] = {
-    {"list", "the model, devices, sources, displays, applications and windows", kList},
+    {"list", "the model, devices, sources, displays, applications, windows", kList},
     {"settings", "a source's settings record: get SOURCE, or set SOURCE XML|@FILE", kSettings},
     {"configure", "opens the selection dialog for a source and prints its answer", kConfigure},
     {"choose-region", "lets the user draw a region on a display and prints it", kChooseRegion},
@@ -198,11 +201,13 @@ std::string OverviewHelp() {
     for (const CommandHelp& command : kCommands) {
         text += "  ";
         text += command.name;
-        text.append(10 - command.name.size(), ' ');
+        text.append(kNameColumn - command.name.size(), ' ');
         text += command.summary;
         text += '\n';
     }
-    text += "  help      this text; help COMMAND, that command's\n";
+    text += "  help";
+    text.append(kNameColumn - 4, ' ');
+    text += "this text; help COMMAND, that command's\n";
     return text + std::string(kOverviewTail);
 }
 
