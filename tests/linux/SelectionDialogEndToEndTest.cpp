@@ -1,0 +1,105 @@
+// The plug-in's selection dialog as a user meets it: qcp-host opens it on a
+// private X desktop, xdotool types and clicks, and the host prints what the
+// plug-in applied.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include "HostRun.h"
+#include "TestDesktop.h"
+#include "ThreadSanitizer.h"
+
+namespace {
+
+// qcp-host on the session's display, running while the test acts on it.
+class BackgroundHost {
+public:
+    explicit BackgroundHost(std::vector<std::string> args)
+        : fThread([this, args = std::move(args)] { fRun = RunHost(args, "env QCP_PLATFORM=linux timeout 60"); }) {}
+    ~BackgroundHost() {
+        if (fThread.joinable()) fThread.join();
+    }
+    HostRun Finish() {
+        fThread.join();
+        return fRun;
+    }
+
+private:
+    HostRun fRun;
+    std::thread fThread;
+};
+
+// xdotool with `args`; bounded, so that a window that never comes fails the
+// test instead of hanging it.
+std::string Xdo(const std::string& args) {
+    std::string out;
+    FILE* pipe = popen(("timeout 20 xdotool " + args).c_str(), "r");
+    if (!pipe) return out;
+    char buffer[256];
+    for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
+    pclose(pipe);
+    return out;
+}
+
+// The id of the first window titled `title`, once it shows; empty if none
+// comes. The window is then made the active one.
+std::string AwaitWindow(const std::string& title) {
+    std::string id = Xdo("search --sync --onlyvisible --name " + Quoted("^" + title + "$"));
+    id = id.substr(0, id.find('\n'));
+    if (!id.empty()) Xdo("windowactivate --sync " + id);
+    return id;
+}
+
+class SelectionDialogEndToEnd : public LinuxDesktopTest {
+protected:
+    void SetUp() override {
+        if (kUnderThreadSanitizer) GTEST_SKIP() << "the plug-in shows no windows under ThreadSanitizer";
+        if (std::system("command -v xdotool >/dev/null") != 0) GTEST_SKIP() << "xdotool is not installed";
+        LinuxDesktopTest::SetUp();
+    }
+};
+
+constexpr const char* kWindowSource = "<settings><parameter name=\"Type\" value=\"1\"/></settings>";
+
+bool Has(const std::string& settings, const std::string& name, const std::string& value) {
+    return settings.find("<parameter name=\"" + name + "\" value=\"" + value + "\" />") != std::string::npos;
+}
+
+} // namespace
+
+TEST_F(SelectionDialogEndToEnd, AWindowFoundByTypingIsApplied) {
+    const long pid = long(getpid());
+    ASSERT_NE(desktop->Open({"Budget", pid}, 0x336699, 100, 100, 400, 300), 0u);
+    ASSERT_NE(desktop->Open({"Forecast", pid}, 0x993366, 600, 100, 400, 300), 0u);
+    // Each in turn, so that neither is right by being preselected.
+    for (const std::string title : {"Forecast", "Budget"}) {
+        BackgroundHost host({"configure", "S", kWindowSource});
+        ASSERT_FALSE(AwaitWindow("Choose a Window").empty());
+        // Typing over a list finds the entry; Tab leaves the search, then the list.
+        Xdo("type --delay 40 linux_tests");
+        Xdo("key --delay 100 Tab Tab");
+        Xdo("type --delay 40 " + title);
+        Xdo("key Return");
+        const HostRun run = host.Finish();
+        EXPECT_EQ(run.status, 0) << run.err;
+        EXPECT_TRUE(Has(run.out, "Type", "1")) << run.out;
+        EXPECT_TRUE(Has(run.out, "capture_window", title)) << run.out;
+        EXPECT_TRUE(Has(run.out, "capture_app", "linux_tests")) << run.out;
+    }
+}
+
+TEST_F(SelectionDialogEndToEnd, EscapeOrTheFrameCancelsAndChangesNothing) {
+    // Alt+F4: the window manager asks the window to close, as its frame's button does.
+    for (const std::string keys : {"Escape", "alt+F4"}) {
+        BackgroundHost host({"configure", "S", kWindowSource});
+        ASSERT_FALSE(AwaitWindow("Choose a Window").empty());
+        Xdo("key " + keys);
+        const HostRun run = host.Finish();
+        EXPECT_EQ(run.status, 3) << keys << ": " << run.err;
+        EXPECT_EQ(run.err, "qcp-host: cancelled\n") << keys;
+        EXPECT_TRUE(run.out.empty()) << keys << ": " << run.out;
+    }
+}
