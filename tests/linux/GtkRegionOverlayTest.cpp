@@ -8,8 +8,7 @@
 #include <optional>
 
 #include "GtkRegionOverlay.h"
-#include "TestDesktop.h"
-#include "ThreadSanitizer.h"
+#include "GtkDesktopTest.h"
 #include "zQueue.h"
 
 using namespace qcp::platform;
@@ -157,10 +156,9 @@ TEST(GtkRegionOverlayWithoutDisplayTest, TheChoiceIsCancelledOnceAndNothingIsSho
     EXPECT_TRUE(calls[0].onMain);
 }
 
-using GtkRegionOverlayTest = LinuxDesktopTest;
+using GtkRegionOverlayTest = GtkDesktopTest;
 
 TEST_F(GtkRegionOverlayTest, ItDimsAFrozenPictureOfTheScreenAndSendsTheUsersInputInViewCoordinates) {
-    if (kUnderThreadSanitizer) GTEST_SKIP() << "GTK is not built for ThreadSanitizer";
     Display* x = desktop->display();
     desktop->Paint(desktop->root(), 0x808080);
     const Window red = desktop->Open({"red"}, 0xC03030, 1200, 100, 300, 200);

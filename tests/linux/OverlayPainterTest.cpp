@@ -1,13 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
+#include "GtkDesktopTest.h"
+#include "GtkLoop.h"
 #include "OverlayPainter.h"
 
 using qcp::platform::Rect;
 using qcp::platform::RegionOverlayState;
 using qcp::platform::gtk::CairoSurfacePtr;
+using qcp::platform::gtk::GtkLoop;
 using qcp::platform::gtk::OverlayImages;
 using qcp::platform::gtk::OverlaySpace;
 namespace OverlayPainter = qcp::platform::gtk::OverlayPainter;
@@ -59,6 +63,23 @@ private:
     OverlaySpace fSpace;
 };
 
+// Images are made for a window, on GTK's thread; painting them afterwards is
+// plain cairo, here.
+std::unique_ptr<OverlayImages> MakeImages(const std::string& folder) {
+    GtkLoop loop;
+    std::unique_ptr<OverlayImages> images;
+    std::atomic<bool> made{false};
+    {
+        const GtkLoop::Use use(loop);
+        use.Post([&] {
+            if (GtkLoop::Ready()) images = std::make_unique<OverlayImages>(folder, 1, gdk_get_default_root_window());
+            made = true;
+        });
+        TestDesktop::WaitUntil([&] { return made.load(); });
+    }
+    return images;
+}
+
 RegionOverlayState Shown(float alpha, int selectedCorner = 0) {
     RegionOverlayState state;
     state.selection = {100, 40, 200, 100};
@@ -71,8 +92,12 @@ RegionOverlayState Shown(float alpha, int selectedCorner = 0) {
 
 } // namespace
 
-TEST(OverlayPainterTest, OutsideIsDimmedInsideNearlyClearAndTheFadeScalesEveryLayer) {
-    const OverlayImages images(QCP_TEST_RESOURCES, 1);
+using OverlayPainterTest = GtkDesktopTest;
+
+TEST_F(OverlayPainterTest, OutsideIsDimmedInsideNearlyClearAndTheFadeScalesEveryLayer) {
+    const std::unique_ptr<OverlayImages> made = MakeImages(QCP_TEST_RESOURCES);
+    ASSERT_TRUE(made) << "GTK did not start";
+    const OverlayImages& images = *made;
     ASSERT_TRUE(images.knob(false) && images.knob(true)) << "SVG images need gdk-pixbuf's SVG loader";
     Canvas canvas;
 
@@ -91,12 +116,14 @@ TEST(OverlayPainterTest, OutsideIsDimmedInsideNearlyClearAndTheFadeScalesEveryLa
         EXPECT_EQ(canvas.Level(x, y), kGrey) << x << ", " << y;
 }
 
-TEST(OverlayPainterTest, HandlesSitOnTheSelectionsCornersAndEdgesAndThePressedOneLooksDown) {
-    const OverlayImages images(QCP_TEST_RESOURCES, 1);
-    const OverlayImages missing("/nonexistent", 1);
-    ASSERT_FALSE(missing.knob(false) || missing.knob(true));
+TEST_F(OverlayPainterTest, HandlesSitOnTheSelectionsCornersAndEdgesAndThePressedOneLooksDown) {
+    const std::unique_ptr<OverlayImages> images = MakeImages(QCP_TEST_RESOURCES);
+    const std::unique_ptr<OverlayImages> missing = MakeImages("/nonexistent");
+    ASSERT_TRUE(images && missing) << "GTK did not start";
+    ASSERT_TRUE(images->knob(false) && images->knob(true));
+    ASSERT_FALSE(missing->knob(false) || missing->knob(true));
     const RegionOverlayState shown = Shown(1);
-    for (const OverlayImages* set : {&images, &missing}) {
+    for (const OverlayImages* set : {images.get(), missing.get()}) {
         Canvas canvas;
         canvas.Paint(Shown(1, 7), *set);
         for (int corner = 1; corner <= 8; ++corner) {

@@ -1,7 +1,5 @@
 #include "OverlayImages.h"
 
-#include <gdk/gdk.h>
-
 #include <cmath>
 
 #include "zTraceManager.h"
@@ -12,18 +10,18 @@ namespace {
 constexpr double kKnobPoints = 14;
 constexpr uint32_t kTraceNote = 0x6E6F7465; // 'note'
 
-CairoSurfacePtr SurfaceOf(const GdkPixbuf* pixbuf) {
+CairoSurfacePtr SurfaceOf(const GdkPixbuf* pixbuf, GdkWindow* window) {
     if (!pixbuf) return nullptr;
     // Converted once here rather than on every redraw.
-    return CairoSurfacePtr(gdk_cairo_surface_create_from_pixbuf(pixbuf, 1, nullptr));
+    return CairoSurfacePtr(gdk_cairo_surface_create_from_pixbuf(pixbuf, 1, window));
 }
 
 } // namespace
 
-OverlayImages::OverlayImages(const std::string& folder, double pixelsPerPoint) {
+OverlayImages::OverlayImages(const std::string& folder, double pixelsPerPoint, GdkWindow* window) {
     const int size = int(std::lround(kKnobPoints * (pixelsPerPoint > 0 ? pixelsPerPoint : 1)));
-    fKnob = SurfaceOf(Load(folder, "knob", size).get());
-    fKnobDown = SurfaceOf(Load(folder, "knobDown", size).get());
+    fKnob = SurfaceOf(Load(folder, "knob", size).get(), window);
+    fKnobDown = SurfaceOf(Load(folder, "knobDown", size).get(), window);
 }
 
 GObjectPtr<GdkPixbuf> OverlayImages::Load(const std::string& folder, const char* name, int size) {

@@ -1,5 +1,5 @@
 #pragma once
-#include <gdk-pixbuf/gdk-pixbuf.h>
+#include <gdk/gdk.h>
 
 #include <string>
 
@@ -9,11 +9,12 @@ namespace qcp::platform::gtk {
 
 // The handle images "knob" and "knobDown", loaded once per overlay from the
 // plug-in's resource folder (`<folder>/<name>.svg`) at the screen's pixel
-// density. An image that cannot be loaded is null, and the painter draws a
-// plain square in its place. Needs no display.
+// density, as surfaces ready to draw in `window`. An image that cannot be
+// loaded is null, and the painter draws a plain square in its place. Made on
+// GTK's thread, with a display.
 class OverlayImages {
 public:
-    OverlayImages(const std::string& folder, double pixelsPerPoint);
+    OverlayImages(const std::string& folder, double pixelsPerPoint, GdkWindow* window);
 
     // Null when missing.
     cairo_surface_t* knob(bool down) const { return (down ? fKnobDown : fKnob).get(); }

@@ -51,8 +51,8 @@ void OverlayPanel::Open(const ScreenInfo& screen) {
     const OverlaySpace::Area& area = fSpace.window();
     // Before the window maps, so that the picture is of the screen alone.
     const GObjectPtr<GdkPixbuf> picture(gdk_pixbuf_get_from_window(root, area.x, area.y, area.width, area.height));
-    if (picture) fPicture.reset(gdk_cairo_surface_create_from_pixbuf(picture.get(), 1, nullptr));
-    fImages.emplace(fResourceFolder, screen.backingScale);
+    if (picture) fPicture.reset(gdk_cairo_surface_create_from_pixbuf(picture.get(), 1, root));
+    fImages.emplace(fResourceFolder, screen.backingScale, root);
     fCursors.emplace(display, fResourceFolder);
 
     // A popup is override-redirect: placed as asked, above the others, with
