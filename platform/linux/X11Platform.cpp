@@ -9,6 +9,7 @@
 #include "X11DisplayStream.h"
 #if QCP_HAVE_GTK
 #include "GtkLoop.h"
+#include "GtkRegionOverlay.h"
 #include "GtkSelectionWindow.h"
 #endif
 
@@ -63,6 +64,14 @@ Surface* X11Platform::createSurface(const SurfaceProperties& properties) { retur
 std::unique_ptr<SelectionWindowView> X11Platform::createSelectionWindow(SelectionWindowInput& input) {
 #if QCP_HAVE_GTK
     if (fGtk) return std::make_unique<gtk::GtkSelectionWindow>(*fGtk, input);
+#endif
+    (void)input;
+    return nullptr;
+}
+
+std::unique_ptr<RegionOverlayView> X11Platform::createRegionOverlay(RegionOverlayInput& input) {
+#if QCP_HAVE_GTK
+    if (fGtk) return std::make_unique<gtk::GtkRegionOverlay>(*fGtk, input, fSystem.resourceFolder());
 #endif
     (void)input;
     return nullptr;

@@ -50,6 +50,7 @@ public:
     std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) override;
     Surface* createSurface(const SurfaceProperties& properties) override;
     std::unique_ptr<SelectionWindowView> createSelectionWindow(SelectionWindowInput& input) override;
+    std::unique_ptr<RegionOverlayView> createRegionOverlay(RegionOverlayInput& input) override;
 
 private:
     std::unique_ptr<gtk::GtkLoop> fGtk; // null: no windows
