@@ -6,11 +6,13 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 #include <thread>
 
 #include "HostRun.h"
 #include "TestDesktop.h"
 #include "ThreadSanitizer.h"
+#include "X11ErrorTrap.h"
 
 namespace {
 
@@ -52,6 +54,30 @@ std::string AwaitWindow(const std::string& title) {
     if (!id.empty()) Xdo("windowactivate --sync " + id);
     return id;
 }
+
+// Whether a window on top of the root is named `prefix`..., read on the
+// test's own connection under an error trap: xdotool dies of a window that
+// goes while it reads it.
+bool TopWindowNamed(Display* display, std::string_view prefix) {
+    qcp::platform::x11::X11ErrorTrap trap(display);
+    Window root = 0, parent = 0;
+    Window* children = nullptr;
+    unsigned count = 0;
+    if (!XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count)) return false;
+    bool found = false;
+    for (unsigned i = 0; i < count && !found; ++i) {
+        char* name = nullptr;
+        if (XFetchName(display, children[i], &name) && name) {
+            found = std::string_view(name).starts_with(prefix);
+            XFree(name);
+        }
+    }
+    if (children) XFree(children);
+    return found;
+}
+
+// The region selector's window, named after its text.
+constexpr std::string_view kSelector = "Drag the rectangle";
 
 class SelectionDialogEndToEnd : public LinuxDesktopTest {
 protected:
@@ -102,4 +128,42 @@ TEST_F(SelectionDialogEndToEnd, EscapeOrTheFrameCancelsAndChangesNothing) {
         EXPECT_EQ(run.err, "qcp-host: cancelled\n") << keys;
         EXPECT_TRUE(run.out.empty()) << keys << ": " << run.out;
     }
+}
+
+TEST_F(SelectionDialogEndToEnd, ARegionDrawnWithTheMouseIsPrinted) {
+    BackgroundHost host({"choose-region", "--display", "0"});
+    ASSERT_FALSE(AwaitWindow("Choose a Display").empty());
+    // Choosing the region entry with none drawn opens the selector on an
+    // 800 x 600 rectangle in the middle of the 1920 x 1080 display.
+    Xdo("key Tab");
+    Xdo("type --delay 40 Region");
+    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return TopWindowNamed(desktop->display(), kSelector); }));
+    // The bottom-right handle 100 right and 60 down, then the whole 100 left and 50 up.
+    Xdo("mousemove --sync 1360 840 mousedown 1 mousemove --sync 1400 870 mousemove --sync 1460 900 mouseup 1");
+    Xdo("mousemove --sync 960 540 mousedown 1 mousemove --sync 900 500 mousemove --sync 860 490 mouseup 1");
+    Xdo("key Return");
+    // Back in the dialog once the selector has gone: OK.
+    // It keeps the keyboard until it has faded out and gone.
+    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return !TopWindowNamed(desktop->display(), kSelector); }));
+    ASSERT_FALSE(AwaitWindow("Choose a Display").empty());
+    Xdo("key Return");
+    const HostRun run = host.Finish();
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.out, "460,190,1359,849\n") << run.err;
+}
+
+TEST_F(SelectionDialogEndToEnd, EscapeOverTheSelectorKeepsTheWholeDisplay) {
+    BackgroundHost host({"choose-region", "--display", "0"});
+    ASSERT_FALSE(AwaitWindow("Choose a Display").empty());
+    Xdo("key Tab");
+    Xdo("type --delay 40 Region");
+    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return TopWindowNamed(desktop->display(), kSelector); }));
+    Xdo("key Escape");
+    // It keeps the keyboard until it has faded out and gone.
+    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return !TopWindowNamed(desktop->display(), kSelector); }));
+    ASSERT_FALSE(AwaitWindow("Choose a Display").empty());
+    Xdo("key Return");
+    const HostRun run = host.Finish();
+    EXPECT_EQ(run.status, 3) << run.err;
+    EXPECT_EQ(run.err, "qcp-host: the whole display was chosen, not a region\n");
 }

@@ -21,7 +21,7 @@ constexpr Text kTexts[] = {
     {"dialog_ok", "OK"},
     // The region selector overlay's instruction.
     {"obr_select_screen_region_message",
-     "Move or resize the rectangle to the region to capture, then press Return to accept or Escape to cancel."},
+     "Drag the rectangle or its handles, then press Return to capture it, or Escape."},
     // Logged when the system refuses screen recording.
     {"p_screen_record_deny_msg",
      "Screen recording is not allowed: allow it for this application in the system's privacy settings, then start "

@@ -37,6 +37,8 @@ void OverlayPanel::Show(const ScreenInfo& screen, const RegionOverlayState& stat
     }
     fState = state;
     if (!fWindow) Open(screen);
+    // Never shown; named for tools that look windows up by name.
+    gtk_window_set_title(GTK_WINDOW(fWindow), state.message.c_str());
     ApplyCursor();
     gtk_widget_queue_draw(fWindow);
 }
