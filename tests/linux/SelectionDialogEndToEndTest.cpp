@@ -6,10 +6,14 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string_view>
 #include <thread>
 
 #include "HostRun.h"
+#include "Platform.h"
+#include "QCP_API.h"
 #include "TestDesktop.h"
 #include "ThreadSanitizer.h"
 #include "X11ErrorTrap.h"
@@ -166,4 +170,39 @@ TEST_F(SelectionDialogEndToEnd, EscapeOverTheSelectorKeepsTheWholeDisplay) {
     const HostRun run = host.Finish();
     EXPECT_EQ(run.status, 3) << run.err;
     EXPECT_EQ(run.err, "qcp-host: the whole display was chosen, not a region\n");
+}
+
+namespace {
+
+// Threads of this process named `name`.
+int ThreadsNamed(const std::string& name) {
+    int count = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string comm;
+        std::getline(std::ifstream(task.path() / "comm"), comm);
+        count += comm == name;
+    }
+    return count;
+}
+
+} // namespace
+
+TEST_F(SelectionDialogEndToEnd, UninitialisingWithTheDialogOpenLeavesNoWindowOrThread) {
+    qcp::platform::Install(std::move(platform));
+    ASSERT_EQ(QCP_IntitializeLibrary(), 1);
+    ASSERT_EQ(QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, "S"), 1);
+    ASSERT_EQ(QCP_SetSourceSettings(QCP_SCREEN_DEVICE_ID, "S",
+                                    "<settings><parameter name=\"Type\" value=\"0\"/>"
+                                    "<parameter name=\"capture_monitor\" value=\"0\"/></settings>"),
+              1);
+    ASSERT_EQ(QCP_ShowCustomConfigDialog(QCP_SCREEN_DEVICE_ID, "S", 0), 1);
+    // No English texts in this process: the title is its key.
+    const std::string dialog = AwaitWindow("obr_capture_mon_window_title");
+    EXPECT_FALSE(dialog.empty());
+    EXPECT_EQ(ThreadsNamed("gtk"), 1);
+
+    QCP_UninitializeLibrary();
+    EXPECT_EQ(ThreadsNamed("gtk"), 0);
+    EXPECT_TRUE(Xdo("search --name " + Quoted("^obr_capture_mon_window_title$")).empty());
+    qcp::platform::Install(nullptr);
 }
