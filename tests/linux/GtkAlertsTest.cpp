@@ -1,0 +1,77 @@
+// Alerts as GTK message dialogs, answered with keys as a user would.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "GtkAlerts.h"
+#include "GtkDesktopTest.h"
+#include "zQueue.h"
+
+using qcp::platform::Alert;
+using qcp::platform::gtk::GtkLoop;
+
+namespace {
+
+using GtkAlertsTest = GtkDesktopTest;
+
+const Alert kInstall{"The audio capture driver is missing", "Install it to capture the sound.", {"Install", "Cancel"}};
+
+// The id of this program's visible window once one shows (GTK names windows
+// by program), made active; empty when none comes.
+std::string AwaitOwnWindow() {
+    std::string id;
+    FILE* pipe = popen("timeout 20 xdotool search --sync --onlyvisible --classname gtk_tests", "r");
+    if (!pipe) return id;
+    char buffer[64] = {};
+    if (std::fgets(buffer, sizeof buffer, pipe)) id = buffer;
+    pclose(pipe);
+    id = id.substr(0, id.find('\n'));
+    if (!id.empty()) std::system(("xdotool windowactivate --sync " + id).c_str());
+    return id;
+}
+
+bool OwnWindowShown() { return std::system("xdotool search --onlyvisible --classname gtk_tests >/dev/null") == 0; }
+
+int GtkThreads() {
+    int count = 0;
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string name;
+        std::getline(std::ifstream(task.path() / "comm"), name);
+        count += name == "gtk";
+    }
+    return count;
+}
+
+} // namespace
+
+TEST_F(GtkAlertsTest, AModalAlertAnswersItsDefaultButtonOrNone) {
+    GtkLoop loop;
+    // Return presses the first button, the default; Escape closes the alert.
+    for (const auto& [key, expected] : {std::pair{"Return", 0}, std::pair{"Escape", -1}}) {
+        std::atomic<int> answer{-2};
+        std::thread asker([&] { answer = RunModalAlert(loop, kInstall); });
+        ASSERT_FALSE(AwaitOwnWindow().empty()) << key;
+        EXPECT_EQ(answer, -2) << "the caller waits for the user";
+        std::system((std::string("xdotool key ") + key).c_str());
+        asker.join();
+        EXPECT_EQ(answer, expected) << key;
+        EXPECT_EQ(GtkThreads(), 0) << "GTK's thread ends with the last alert";
+    }
+}
+
+TEST_F(GtkAlertsTest, AFreeStandingAlertReturnsAtOnceAndGoesWhenAnswered) {
+    GtkLoop loop;
+    ShowAlert(loop, kInstall);
+    ASSERT_FALSE(AwaitOwnWindow().empty());
+    std::system("xdotool key Return");
+    ASSERT_TRUE(TestDesktop::WaitUntil([] { return !OwnWindowShown(); }));
+    // The alert lets GTK go on the main queue: the loop may then go too.
+    ASSERT_TRUE(TestDesktop::WaitUntil([] {
+        zQueue::Main().Sync([] {});
+        return GtkThreads() == 0;
+    }));
+}
