@@ -114,6 +114,30 @@ struct RegionOverlayState {
     OverlayCursor cursor = OverlayCursor::Arrow;
 };
 
+// A handle's rectangle, the same for drawing it and for finding it under the
+// pointer: 14 x 14 points centred on its point of `selection` (view
+// coordinates). Handles: 1 left middle, 2 right middle, 3 top middle,
+// 4 bottom middle, 5 top-left, 6 top-right, 7 bottom-left, 8 bottom-right;
+// any other number gives the rectangle centred on (0, 0).
+inline Rect OverlayHandleRect(const Rect& selection, int handle) {
+    constexpr double kSide = 14;
+    const double left = selection.x, right = selection.MaxX(), midX = selection.x + selection.width / 2;
+    const double bottom = selection.y, top = selection.MaxY(), midY = selection.y + selection.height / 2;
+    Point at;
+    switch (handle) {
+    case 1: at = {left, midY}; break;
+    case 2: at = {right, midY}; break;
+    case 3: at = {midX, top}; break;
+    case 4: at = {midX, bottom}; break;
+    case 5: at = {left, top}; break;
+    case 6: at = {right, top}; break;
+    case 7: at = {left, bottom}; break;
+    case 8: at = {right, bottom}; break;
+    default: break;
+    }
+    return {at.x - kSide / 2, at.y - kSide / 2, kSide, kSide};
+}
+
 // What the user does over the overlay, in the view's coordinates.
 class RegionOverlayInput {
 public:

@@ -3,12 +3,11 @@
 
 #include <atomic>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "GtkAlerts.h"
 #include "GtkDesktopTest.h"
+#include "ThreadNames.h"
 #include "zQueue.h"
 
 using qcp::platform::Alert;
@@ -36,15 +35,6 @@ std::string AwaitOwnWindow() {
 
 bool OwnWindowShown() { return std::system("xdotool search --onlyvisible --classname gtk_tests >/dev/null") == 0; }
 
-int GtkThreads() {
-    int count = 0;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::string name;
-        std::getline(std::ifstream(task.path() / "comm"), name);
-        count += name == "gtk";
-    }
-    return count;
-}
 
 } // namespace
 
@@ -59,7 +49,7 @@ TEST_F(GtkAlertsTest, AModalAlertAnswersItsDefaultButtonOrNone) {
         std::system((std::string("xdotool key ") + key).c_str());
         asker.join();
         EXPECT_EQ(answer, expected) << key;
-        EXPECT_EQ(GtkThreads(), 0) << "GTK's thread ends with the last alert";
+        EXPECT_EQ(ThreadsNamed("gtk"), 0) << "GTK's thread ends with the last alert";
     }
 }
 
@@ -72,6 +62,6 @@ TEST_F(GtkAlertsTest, AFreeStandingAlertReturnsAtOnceAndGoesWhenAnswered) {
     // The alert lets GTK go on the main queue: the loop may then go too.
     ASSERT_TRUE(TestDesktop::WaitUntil([] {
         zQueue::Main().Sync([] {});
-        return GtkThreads() == 0;
+        return ThreadsNamed("gtk") == 0;
     }));
 }

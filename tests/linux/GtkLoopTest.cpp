@@ -4,14 +4,13 @@
 #include <glib.h>
 
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 #include "GtkDesktopTest.h"
 #include "GtkLoop.h"
+#include "ThreadNames.h"
 
 using qcp::platform::gtk::GtkLoop;
 
@@ -25,15 +24,6 @@ std::string CurrentThreadName() {
     return name;
 }
 
-int ThreadsNamed(const std::string& name) {
-    int count = 0;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::string comm;
-        std::getline(std::ifstream(task.path() / "comm"), comm);
-        count += comm == name;
-    }
-    return count;
-}
 
 } // namespace
 

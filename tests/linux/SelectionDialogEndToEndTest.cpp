@@ -6,8 +6,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <string_view>
 #include <thread>
 
@@ -15,6 +13,7 @@
 #include "Platform.h"
 #include "QCP_API.h"
 #include "TestDesktop.h"
+#include "ThreadNames.h"
 #include "ThreadSanitizer.h"
 #include "X11ErrorTrap.h"
 
@@ -134,58 +133,44 @@ TEST_F(SelectionDialogEndToEnd, EscapeOrTheFrameCancelsAndChangesNothing) {
     }
 }
 
-TEST_F(SelectionDialogEndToEnd, ARegionDrawnWithTheMouseIsPrinted) {
+namespace {
+
+// choose-region on display 0, its selector acted on by `act` (xdotool
+// arguments), then OK in the dialog.
+HostRun ChooseRegion(Display* display, const std::string& act) {
     BackgroundHost host({"choose-region", "--display", "0"});
-    ASSERT_FALSE(AwaitWindow("Choose a Display").empty());
+    EXPECT_FALSE(AwaitWindow("Choose a Display").empty());
     // Choosing the region entry with none drawn opens the selector on an
     // 800 x 600 rectangle in the middle of the 1920 x 1080 display.
     Xdo("key Tab");
     Xdo("type --delay 40 Region");
-    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return TopWindowNamed(desktop->display(), kSelector); }));
-    // The bottom-right handle 100 right and 60 down, then the whole 100 left and 50 up.
-    Xdo("mousemove --sync 1360 840 mousedown 1 mousemove --sync 1400 870 mousemove --sync 1460 900 mouseup 1");
-    Xdo("mousemove --sync 960 540 mousedown 1 mousemove --sync 900 500 mousemove --sync 860 490 mouseup 1");
-    Xdo("key Return");
-    // Back in the dialog once the selector has gone: OK.
+    EXPECT_TRUE(TestDesktop::WaitUntil([&] { return TopWindowNamed(display, kSelector); }));
+    Xdo(act);
     // It keeps the keyboard until it has faded out and gone.
-    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return !TopWindowNamed(desktop->display(), kSelector); }));
-    ASSERT_FALSE(AwaitWindow("Choose a Display").empty());
+    EXPECT_TRUE(TestDesktop::WaitUntil([&] { return !TopWindowNamed(display, kSelector); }));
+    EXPECT_FALSE(AwaitWindow("Choose a Display").empty());
     Xdo("key Return");
-    const HostRun run = host.Finish();
+    return host.Finish();
+}
+
+} // namespace
+
+TEST_F(SelectionDialogEndToEnd, ARegionDrawnWithTheMouseIsPrinted) {
+    // The bottom-right handle 100 right and 60 down, then the whole 100 left and 50 up.
+    const HostRun run = ChooseRegion(desktop->display(),
+                                     "mousemove --sync 1360 840 mousedown 1 mousemove --sync 1400 870 "
+                                     "mousemove --sync 1460 900 mouseup 1 "
+                                     "mousemove --sync 960 540 mousedown 1 mousemove --sync 900 500 "
+                                     "mousemove --sync 860 490 mouseup 1 key Return");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "460,190,1359,849\n") << run.err;
 }
 
 TEST_F(SelectionDialogEndToEnd, EscapeOverTheSelectorKeepsTheWholeDisplay) {
-    BackgroundHost host({"choose-region", "--display", "0"});
-    ASSERT_FALSE(AwaitWindow("Choose a Display").empty());
-    Xdo("key Tab");
-    Xdo("type --delay 40 Region");
-    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return TopWindowNamed(desktop->display(), kSelector); }));
-    Xdo("key Escape");
-    // It keeps the keyboard until it has faded out and gone.
-    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return !TopWindowNamed(desktop->display(), kSelector); }));
-    ASSERT_FALSE(AwaitWindow("Choose a Display").empty());
-    Xdo("key Return");
-    const HostRun run = host.Finish();
+    const HostRun run = ChooseRegion(desktop->display(), "key Escape");
     EXPECT_EQ(run.status, 3) << run.err;
     EXPECT_EQ(run.err, "qcp-host: the whole display was chosen, not a region\n");
 }
-
-namespace {
-
-// Threads of this process named `name`.
-int ThreadsNamed(const std::string& name) {
-    int count = 0;
-    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
-        std::string comm;
-        std::getline(std::ifstream(task.path() / "comm"), comm);
-        count += comm == name;
-    }
-    return count;
-}
-
-} // namespace
 
 TEST_F(SelectionDialogEndToEnd, UninitialisingWithTheDialogOpenLeavesNoWindowOrThread) {
     qcp::platform::Install(std::move(platform));

@@ -7,7 +7,6 @@
 namespace qcp::platform::gtk::OverlayPainter {
 namespace {
 
-constexpr double kHandleSide = 14;
 constexpr double kInsideWhite = 0.1;
 constexpr double kOutsideBlack = 0.7;
 constexpr double kTextInset = 10;
@@ -95,24 +94,6 @@ void PaintInfoBox(cairo_t* cr, const OverlaySpace& space, const RegionOverlaySta
 
 } // namespace
 
-Rect HandleRect(const Rect& selection, int corner) {
-    const double left = selection.x, right = selection.MaxX(), midX = selection.x + selection.width / 2;
-    const double bottom = selection.y, top = selection.MaxY(), midY = selection.y + selection.height / 2;
-    Point at;
-    switch (corner) {
-    case 1: at = {left, midY}; break;
-    case 2: at = {right, midY}; break;
-    case 3: at = {midX, top}; break;
-    case 4: at = {midX, bottom}; break;
-    case 5: at = {left, top}; break;
-    case 6: at = {right, top}; break;
-    case 7: at = {left, bottom}; break;
-    case 8: at = {right, bottom}; break;
-    default: break;
-    }
-    return {at.x - kHandleSide / 2, at.y - kHandleSide / 2, kHandleSide, kHandleSide};
-}
-
 void Paint(cairo_t* cr, const OverlaySpace& space, const RegionOverlayState& state, cairo_surface_t* picture,
            const OverlayImages& images) {
     cairo_save(cr);
@@ -133,7 +114,7 @@ void Paint(cairo_t* cr, const OverlaySpace& space, const RegionOverlayState& sta
         PaintFrame(cr, selection, alpha);
         for (int corner = 1; corner <= 8; ++corner) {
             const bool down = corner == state.selectedCorner;
-            PaintHandle(cr, space.TopDown(HandleRect(state.selection, corner)), images.knob(down), down, alpha);
+            PaintHandle(cr, space.TopDown(OverlayHandleRect(state.selection, corner)), images.knob(down), down, alpha);
         }
         PaintInfoBox(cr, space, state, alpha);
     }

@@ -13,10 +13,6 @@ namespace qcp::platform::gtk {
 // handles and the information box. `cr` is in the view's points, top-down.
 namespace OverlayPainter {
 
-// The 14 x 14 point rectangle of handle `corner` (1-8, as the core numbers
-// them), in view coordinates.
-Rect HandleRect(const Rect& selection, int corner);
-
 // `picture` covers the whole view at any pixel size; black stands in when
 // there is none.
 void Paint(cairo_t* cr, const OverlaySpace& space, const RegionOverlayState& state, cairo_surface_t* picture,

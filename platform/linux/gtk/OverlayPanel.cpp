@@ -86,8 +86,8 @@ void OverlayPanel::Update(const RegionOverlayState& state, const Rect& area) {
     }
     Invalidate(area);
     if (old.selectedCorner != state.selectedCorner) {
-        if (old.selectedCorner != 0) Invalidate(OverlayPainter::HandleRect(old.selection, old.selectedCorner));
-        if (state.selectedCorner != 0) Invalidate(OverlayPainter::HandleRect(state.selection, state.selectedCorner));
+        if (old.selectedCorner != 0) Invalidate(OverlayHandleRect(old.selection, old.selectedCorner));
+        if (state.selectedCorner != 0) Invalidate(OverlayHandleRect(state.selection, state.selectedCorner));
     }
     if (old.selection != state.selection) {
         Invalidate(Grown(old.selection, kHandleReach));

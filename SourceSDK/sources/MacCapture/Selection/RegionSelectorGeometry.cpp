@@ -6,25 +6,10 @@
 namespace RegionSelectorGeometry {
 namespace {
 
-constexpr double kHandleSize = 14;
 constexpr double kRedrawMargin = 16;
 constexpr double kInfoBoxWidth = 330;
 constexpr double kInfoBoxHeight = 60;
 constexpr double kInfoBoxGap = 20;
-
-Point HandlePoint(const Rect& s, int corner) {
-    switch (corner) {
-    case 1: return {s.x, s.y + s.height / 2};
-    case 2: return {s.MaxX(), s.y + s.height / 2};
-    case 3: return {s.x + s.width / 2, s.MaxY()};
-    case 4: return {s.x + s.width / 2, s.y};
-    case 5: return {s.x, s.MaxY()};
-    case 6: return {s.MaxX(), s.MaxY()};
-    case 7: return {s.x, s.y};
-    case 8: return {s.MaxX(), s.y};
-    default: return {};
-    }
-}
 
 bool Is(int handle, std::initializer_list<int> handles) {
     return std::find(handles.begin(), handles.end(), handle) != handles.end();
@@ -40,10 +25,7 @@ Rect Union(const Rect& a, const Rect& b) {
 
 } // namespace
 
-Rect RectForCorner(const Rect& selection, int corner) {
-    const Point centre = HandlePoint(selection, corner);
-    return {centre.x - kHandleSize / 2, centre.y - kHandleSize / 2, kHandleSize, kHandleSize};
-}
+Rect RectForCorner(const Rect& selection, int corner) { return qcp::platform::OverlayHandleRect(selection, corner); }
 
 int EdgeForPoint(const Rect& selection, Point point) {
     for (int corner = 1; corner <= 8; ++corner)
