@@ -68,6 +68,19 @@ TEST_F(RegionChooserTest, EscapeOrTheDisplayGoingAwayAnswersOneCancelWithZeros) 
     EXPECT_EQ(outcomes, (Outcomes{{false, 0, 0, 0, 0}, {false, 0, 0, 0, 0}}));
 }
 
+TEST_F(RegionChooserTest, ACancelFromOutsideAnswersTheChoiceOnceAndClosesItsOverlay) {
+    Outcomes outcomes, others;
+    ASSERT_TRUE(OBRN::ChooseRegion(kMain, &Record, &outcomes, 0, 0, 640, 480));
+    zQueue::Main().Sync([&] { OBRN::CancelRegionChoice(&others); });
+    EXPECT_TRUE(outcomes.empty()) << "another choice's data ends nothing";
+    zQueue::Main().Sync([&] { OBRN::CancelRegionChoice(&outcomes); });
+    EXPECT_EQ(outcomes, (Outcomes{{false, 0, 0, 0, 0}}));
+    Frames(31);
+    EXPECT_EQ(user().OpenOverlays(), 0);
+    zQueue::Main().Sync([&] { OBRN::CancelRegionChoice(&outcomes); });
+    EXPECT_EQ(outcomes.size(), 1u) << "an ended choice is not answered again";
+}
+
 TEST_F(RegionChooserTest, RefusedWithoutAScreenACallbackOrAUserInterface) {
     Outcomes outcomes;
     EXPECT_FALSE(OBRN::ChooseRegion(99, &Record, &outcomes, 0, 0, 100, 100));

@@ -23,6 +23,7 @@ struct ChooserCall {
     void* userData;
 };
 std::vector<ChooserCall> gCalls;
+std::vector<void*> gCancelled; // the user data of choices ended from outside
 bool gRefuse = false;
 
 bool RecordingChooser(int displayID, OBRN::RegionCallback callback, void* userData, int x, int y, int width,
@@ -31,6 +32,8 @@ bool RecordingChooser(int displayID, OBRN::RegionCallback callback, void* userDa
     return !gRefuse;
 }
 
+void RecordingCanceller(void* userData) { gCancelled.push_back(userData); }
+
 const zRect kRegion{10, 20, 309, 219}; // 300 x 200 at (10, 20)
 
 class SelectWindowTest : public SelectionTest {
@@ -38,6 +41,7 @@ protected:
     void SetUp() override {
         SelectionTest::SetUp();
         gCalls.clear();
+        gCancelled.clear();
         gRefuse = false;
     }
     void TearDown() override {
@@ -49,7 +53,7 @@ protected:
     // Shows a controller as the handle would, replacing any other.
     void Open(Mode mode, uint32_t window = 0, int monitor = -1, int captureMode = 0, std::optional<zRect> region = {}) {
         OnMain([&] {
-            fWindow = std::make_unique<MacCaptureSelectWindow>(mode, &RecordingChooser);
+            fWindow = std::make_unique<MacCaptureSelectWindow>(mode, &RecordingChooser, &RecordingCanceller);
             fWindow->setHandler(&Heard, &fAnswers);
             fWindow->setSelectedWindow(window);
             fWindow->setSelectedMonitor(monitor);
@@ -215,10 +219,11 @@ TEST_F(SelectWindowTest, CancelAndTheFrameAnswerCancelOnceAndClose) {
     }
 }
 
-TEST_F(SelectWindowTest, AChooserAnsweringAfterTheWindowWentIsIgnored) {
+TEST_F(SelectWindowTest, ClosingEndsTheOpenChoiceAndItsLateAnswerIsIgnored) {
     Open(Mode::Monitor, 0, 0);
     ASSERT_TRUE(user().Choose(W::SelectionList, 1));
     ASSERT_TRUE(user().CloseWindow());
+    EXPECT_EQ(gCancelled, std::vector<void*>{gCalls.back().userData}) << "the overlay is not left up";
     OnMain([&] { fWindow.reset(); });
     Finish(true, 1, 2, 3, 4);
     EXPECT_EQ(fAnswers, Answers{kCancelled});

@@ -2,6 +2,8 @@
 // and closing.
 #include "MacCaptureSelectWindow.h"
 
+#include <utility>
+
 #include "CommonSDKVariables.h"
 #include "MacCaptureSourceSDKInfo.h"
 #include "Platform.h"
@@ -19,14 +21,12 @@ bool InWindowMode(SelectionWidget widget) { return widget <= SelectionWidget::Wi
 
 } // namespace
 
-MacCaptureSelectWindow::MacCaptureSelectWindow(Mode mode, RegionChooser chooser) : fMode(mode), fChooser(chooser) {
+MacCaptureSelectWindow::MacCaptureSelectWindow(Mode mode, RegionChooser chooser, RegionCanceller cancel)
+    : fMode(mode), fChooser(chooser), fCancelChoice(cancel) {
     fState.windowMode = windowMode();
 }
 
-MacCaptureSelectWindow::~MacCaptureSelectWindow() {
-    // An overlay still up answers later into its choice record, not into us.
-    if (fChoice) fChoice->controller = nullptr;
-}
+MacCaptureSelectWindow::~MacCaptureSelectWindow() { endRegionChoice(); }
 
 void MacCaptureSelectWindow::setHandler(Callback handler, void* userInfo) {
     fHandler = handler;
@@ -129,14 +129,19 @@ void MacCaptureSelectWindow::close() {
     if (fClosed) return;
     fClosed = true;
     fSelRegions.clear();
-    if (fChoice) {
-        fChoice->controller = nullptr;
-        fChoice = nullptr;
-    }
+    endRegionChoice();
     fView.reset();
     ClosedHook hook;
     hook.swap(fClosedHook);
     if (hook) hook(*this);
+}
+
+void MacCaptureSelectWindow::endRegionChoice() {
+    // The overlay would otherwise stay over the screen, holding the keyboard,
+    // for a window that is gone; its answer goes to the choice record alone.
+    if (!fChoice) return;
+    fChoice->controller = nullptr;
+    fCancelChoice(std::exchange(fChoice, nullptr));
 }
 
 void MacCaptureSelectWindow::setWidgetsEnable(bool enabled) {

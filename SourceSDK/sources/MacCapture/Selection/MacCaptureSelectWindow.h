@@ -25,12 +25,14 @@ namespace MC {
 class MacCaptureSelectWindow final : public qcp::platform::SelectionWindowInput {
 public:
     enum class Mode { Window, Game, Monitor };
-    // OBRN::ChooseRegion in the plug-in; tests pass their own.
+    // OBRN::ChooseRegion and OBRN::CancelRegionChoice in the plug-in; tests
+    // pass their own chooser.
     using RegionChooser = decltype(&OBRN::ChooseRegion);
+    using RegionCanceller = decltype(&OBRN::CancelRegionChoice);
     using Callback = MacCaptureSelectionDialog::Callback;
     using ClosedHook = std::function<void(MacCaptureSelectWindow& closed)>;
 
-    MacCaptureSelectWindow(Mode mode, RegionChooser chooser);
+    MacCaptureSelectWindow(Mode mode, RegionChooser chooser, RegionCanceller cancel = &OBRN::CancelRegionChoice);
     ~MacCaptureSelectWindow() override;
     MacCaptureSelectWindow(const MacCaptureSelectWindow&) = delete;
     MacCaptureSelectWindow& operator=(const MacCaptureSelectWindow&) = delete;
@@ -100,9 +102,12 @@ private:
     void selectRegion();
     void regionChosen(bool accepted, int x, int y, int width, int height);
     void monitorOK();
+    // Closes an overlay still up for this window, answering it as cancelled.
+    void endRegionChoice();
 
     const Mode fMode;
     const RegionChooser fChooser;
+    const RegionCanceller fCancelChoice;
     std::unique_ptr<qcp::platform::SelectionWindowView> fView;
     qcp::platform::SelectionWindowState fState;
     std::vector<ListedApplication> fApplications;

@@ -39,4 +39,8 @@ bool ChooseRegion(int displayID, RegionCallback callback, void* userData, int x,
     return shown;
 }
 
+void CancelRegionChoice(void* userData) {
+    if (const std::shared_ptr<RegionSelectorDelegate> open = RegionSelectorDelegate::Find(userData)) open->cancel();
+}
+
 } // namespace OBRN

@@ -17,4 +17,9 @@ using RegionCallback = void (*)(bool accepted, int x, int y, int width, int heig
 // Runs on the main queue; called from another thread it waits for it.
 bool ChooseRegion(int displayID, RegionCallback callback, void* userData, int x, int y, int width, int height);
 
+// Ends the open choice made with `userData` as Escape would: the overlay
+// fades out and the callback comes at once, as a cancel. Nothing when no
+// such choice is open. Main queue only.
+void CancelRegionChoice(void* userData);
+
 } // namespace OBRN

@@ -13,11 +13,24 @@ RegionSelectorDelegate::RegionSelectorDelegate(std::shared_ptr<vnRegionSelector>
                                                void* userData, unsigned int displayID)
     : fSelector(std::move(selector)), fHandler(handler), fUserData(userData), fDisplayID(displayID) {}
 
-RegionSelectorDelegate::~RegionSelectorDelegate() = default;
+std::vector<RegionSelectorDelegate*> RegionSelectorDelegate::sOpen;
+
+RegionSelectorDelegate::~RegionSelectorDelegate() { std::erase(sOpen, this); }
 
 void RegionSelectorDelegate::startMonitoring() {
     fMonitorStatusTimer =
         std::make_unique<MainQueueTimer>(kMonitorIntervalMicros, [self = shared_from_this()] { self->monitorCheck(); });
+    sOpen.push_back(this);
+}
+
+std::shared_ptr<RegionSelectorDelegate> RegionSelectorDelegate::Find(void* userData) {
+    for (RegionSelectorDelegate* open : sOpen)
+        if (open->fUserData == userData) return open->shared_from_this();
+    return nullptr;
+}
+
+void RegionSelectorDelegate::cancel() {
+    if (fSelector) fSelector->editingDone(true);
 }
 
 void RegionSelectorDelegate::regionSelectorSelectionComplete(vnRegionSelector& selector,
@@ -34,6 +47,7 @@ void RegionSelectorDelegate::regionSelectorSelectionComplete(vnRegionSelector& s
     selector.setScreen(std::nullopt);
     selector.setSelectScreenRegionMessage({});
     selector.setDelegate(nullptr);
+    std::erase(sOpen, this);
     fMonitorStatusTimer.reset();
     fSelector.reset();
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include <memory>
+#include <vector>
 
 #include "RegionChooser.h"
 #include "vnRegionSelector.h"
@@ -20,8 +21,12 @@ public:
                            unsigned int displayID);
     ~RegionSelectorDelegate();
 
-    // Looks for the display every quarter second from now on.
+    // Looks for the display every quarter second from now on; until the
+    // choice ends, Find answers this delegate for its user data.
     void startMonitoring();
+    static std::shared_ptr<RegionSelectorDelegate> Find(void* userData);
+    // Ends the choice as cancelled, as Escape over the overlay does.
+    void cancel();
 
     // Calls the callback once, then detaches the selector and stops checking.
     void regionSelectorSelectionComplete(vnRegionSelector& selector, const qcp::platform::Rect& selection) override;
@@ -34,6 +39,9 @@ private:
     void* const fUserData;
     const unsigned int fDisplayID;
     std::unique_ptr<MainQueueTimer> fMonitorStatusTimer;
+
+    // The choices being monitored, so that one can be ended from outside.
+    static std::vector<RegionSelectorDelegate*> sOpen;
 };
 
 } // namespace OBRN
