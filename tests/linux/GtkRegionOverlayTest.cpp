@@ -66,17 +66,6 @@ private:
 
 bool Xdotool(const std::string& arguments) { return std::system(("xdotool " + arguments).c_str()) == 0; }
 
-struct Rgb {
-    int r = 0, g = 0, b = 0;
-};
-Rgb RootPixel(Display* display, int x, int y) {
-    XImage* image = XGetImage(display, DefaultRootWindow(display), x, y, 1, 1, AllPlanes, ZPixmap);
-    if (!image) return {-1, -1, -1};
-    const unsigned long pixel = XGetPixel(image, 0, 0);
-    XDestroyImage(image);
-    return {int((pixel >> 16) & 0xFF), int((pixel >> 8) & 0xFF), int(pixel & 0xFF)};
-}
-
 RegionOverlayState Selecting(float alpha, int selectedCorner = 0) {
     RegionOverlayState state;
     state.selection = {400, 300, 600, 400}; // root rows 380 to 780
@@ -180,7 +169,7 @@ TEST_F(GtkRegionOverlayTest, ItDimsAFrozenPictureOfTheScreenAndSendsTheUsersInpu
         << "no handle: " << RootPixel(x, 403, 780).g;
     EXPECT_NEAR(RootPixel(x, 100, 100).g, 38, 4);
     EXPECT_NEAR(RootPixel(x, 700, 500).g, 141, 4);
-    const Rgb dimmedRed = RootPixel(x, redX, redY);
+    const Pixel dimmedRed = RootPixel(x, redX, redY);
     EXPECT_NEAR(dimmedRed.r, 58, 4) << "the picture is not the screen's";
     EXPECT_NEAR(dimmedRed.g, 14, 4);
     EXPECT_LT(RootPixel(x, 540, 305).g, 8) << "no information box";

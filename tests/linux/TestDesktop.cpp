@@ -166,3 +166,11 @@ std::ostream& operator<<(std::ostream& out, const Pixel& pixel) {
     return out << "(b " << int(pixel.b) << ", g " << int(pixel.g) << ", r " << int(pixel.r) << ", a " << int(pixel.a)
                << ")";
 }
+
+Pixel RootPixel(Display* display, int x, int y) {
+    XImage* image = XGetImage(display, DefaultRootWindow(display), x, y, 1, 1, AllPlanes, ZPixmap);
+    if (!image) return {};
+    const unsigned long pixel = XGetPixel(image, 0, 0);
+    XDestroyImage(image);
+    return Opaque(uint32_t(pixel & 0xFFFFFF));
+}

@@ -87,4 +87,7 @@ struct Pixel {
 };
 inline Pixel Opaque(uint32_t rgb) { return {uint8_t(rgb), uint8_t(rgb >> 8), uint8_t(rgb >> 16), 255}; }
 Pixel PixelAt(const uint8_t* base, size_t bytesPerRow, int x, int y);
+// What the screen shows at (x, y) of the root window, opaque; all zero when
+// it cannot be read.
+Pixel RootPixel(Display* display, int x, int y);
 std::ostream& operator<<(std::ostream& out, const Pixel& pixel);
