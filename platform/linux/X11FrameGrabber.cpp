@@ -46,12 +46,14 @@ X11FrameGrabber::X11FrameGrabber(const X11Connection& connection, uint32_t outpu
                                  uint32_t pixelFormat, std::optional<Rect> sourceRect)
     : fConnection(connection), fDisplay(connection.display()), fRoot(connection.root()),
       fProperties(OutputProperties(outputWidth, outputHeight, pixelFormat)), fSourceRect(sourceRect),
-      fShm(X11ShmImage::Available(fDisplay)) {
+      fShm(X11ShmImage::Available(fDisplay)),
+      fOpaqueFormat(fShm ? X11OpaqueCopy::ImageFormat(fDisplay) : std::nullopt) {
     fPool.reserve(kPoolSize);
 }
 
 // The shared images go before their memory: the server detaches first.
 X11FrameGrabber::~X11FrameGrabber() {
+    fOpaque.reset();
     fBuffer.reset();
     for (Pooled& pooled : fPool) pooled.image.reset();
 }
@@ -73,6 +75,9 @@ bool X11FrameGrabber::Aim(const X11Monitor& monitor, int rootWidth, int rootHeig
     fReadHeight = std::max(0, bottom - top);
     fResampler.Configure({fProperties.width, fProperties.height, x, y, source.width, source.height, fReadLeft, fReadTop,
                           fReadWidth, fReadHeight});
+
+    fOpaque.reset();
+    if (fOpaqueFormat && fResampler.Identity()) fOpaque = X11OpaqueCopy::Create(fConnection, fReadWidth, fReadHeight);
 
     const bool needBuffer = fShm && !fResampler.Identity() && fReadWidth > 0 && fReadHeight > 0;
     const size_t bufferSize = size_t(fReadWidth) * 4 * size_t(fReadHeight);
@@ -96,8 +101,11 @@ Surface* X11FrameGrabber::FreeSurface() {
     Pooled pooled;
     std::unique_ptr<ShmSurfaceMemory> memory = fShm ? ShmSurfaceMemory::Create(fProperties.allocSize) : nullptr;
     if (memory)
-        pooled.image =
-            X11ShmImage::Attach(fConnection, memory->shmid(), memory->data(), fProperties.width, fProperties.height);
+        pooled.image = fOpaqueFormat ? X11ShmImage::Attach(fConnection, memory->shmid(), memory->data(),
+                                                           fProperties.width, fProperties.height,
+                                                           fOpaqueFormat->visual, fOpaqueFormat->depth)
+                                     : X11ShmImage::Attach(fConnection, memory->shmid(), memory->data(),
+                                                           fProperties.width, fProperties.height);
     pooled.surface =
         SurfaceRef::Adopt(memory ? Surface::Create(fProperties, std::move(memory)) : Surface::Create(fProperties));
     if (!pooled.surface) return nullptr;
@@ -110,9 +118,15 @@ bool X11FrameGrabber::Grab(Surface& surface) {
         std::find_if(fPool.begin(), fPool.end(), [&](const Pooled& p) { return p.surface.get() == &surface; });
     if (pooled == fPool.end()) return false;
     SurfaceLock lock(surface);
-    if (fResampler.Identity() && pooled->image && pooled->image->Read(fRoot, fReadLeft, fReadTop)) {
-        FrameResampler::MakeOpaque(surface.baseAddress(), surface.bytesPerRow(), surface.width(), surface.height());
-        return true;
+    if (fResampler.Identity() && pooled->image) {
+        if (fOpaque) {
+            fOpaque->Copy(fReadLeft, fReadTop);
+            if (pooled->image->Read(fOpaque->pixmap(), 0, 0)) return true;
+        } else if (pooled->image->Read(fRoot, fReadLeft, fReadTop)) {
+            FrameResampler::MakeOpaque(surface.baseAddress(), surface.bytesPerRow(), surface.width(),
+                                       surface.height());
+            return true;
+        }
     }
     if (fReadWidth == 0 || fReadHeight == 0) {
         // Nothing of the part is on the screen: all black.

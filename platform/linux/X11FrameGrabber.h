@@ -12,6 +12,7 @@
 #include "X11Connection.h"
 #include "Surface.h"
 #include "X11Monitors.h"
+#include "X11OpaqueCopy.h"
 #include "X11ShmImage.h"
 
 namespace qcp::platform::x11 {
@@ -19,10 +20,12 @@ namespace qcp::platform::x11 {
 // The pixel side of a display stream: a small pool of output surfaces and
 // the reading of the screen into them. With MIT-SHM each pooled surface's
 // memory is a segment the X server has attached, so an unscaled frame is
-// written by the server straight into the surface that travels to the host;
-// a scaled or partly off-screen frame is read into one shared buffer and
-// resampled into the surface. Without MIT-SHM, or when the server refuses a
-// shared read, frames are read with plain XGetImage.
+// written by the server straight into the surface that travels to the host
+// (with RENDER, from an opaque copy the server makes first, so that the
+// client need not set the alpha bytes); a scaled or partly off-screen frame
+// is read into one shared buffer and resampled into the surface. Without
+// MIT-SHM, or when the server refuses a shared read, frames are read with
+// plain XGetImage.
 //
 // Belongs to the stream's capture thread (and to the host's thread while the
 // capture thread is not running); uses the stream's connection.
@@ -80,6 +83,9 @@ private:
     // The read area's shared buffer, for frames that are not read in place.
     std::unique_ptr<ShmSurfaceMemory> fBufferMemory;
     std::unique_ptr<X11ShmImage> fBuffer;
+    // Unscaled frames with RENDER: the pooled images read this copy.
+    const std::optional<X11OpaqueCopy::Format> fOpaqueFormat;
+    std::unique_ptr<X11OpaqueCopy> fOpaque;
 };
 
 } // namespace qcp::platform::x11

@@ -13,11 +13,15 @@ bool X11ShmImage::Available(Display* display) {
 }
 
 std::unique_ptr<X11ShmImage> X11ShmImage::Attach(const X11Connection& connection, int shmid, uint8_t* data,
-                                                 uint32_t width, uint32_t height) {
+                                                 uint32_t width, uint32_t height, Visual* visual,
+                                                 unsigned depth) {
     Display* display = connection.display();
     const int screen = DefaultScreen(display);
-    XImage* image = XShmCreateImage(display, DefaultVisual(display, screen), unsigned(DefaultDepth(display, screen)),
-                                    ZPixmap, nullptr, nullptr, width, height);
+    if (!visual) {
+        visual = DefaultVisual(display, screen);
+        depth = unsigned(DefaultDepth(display, screen));
+    }
+    XImage* image = XShmCreateImage(display, visual, depth, ZPixmap, nullptr, nullptr, width, height);
     if (!image) return nullptr;
     std::unique_ptr<X11ShmImage> shm(new X11ShmImage(connection, image));
     if (image->bits_per_pixel != 32 || uint32_t(image->bytes_per_line) != width * 4) {

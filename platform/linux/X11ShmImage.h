@@ -18,12 +18,14 @@ class X11ShmImage {
 public:
     // Whether the server takes shared memory from this client at all.
     static bool Available(Display* display);
-    // An image of `width` x `height` pixels of the root window's format over
-    // `data` (at least width * 4 * height bytes, rows of width * 4 bytes) in
-    // segment `shmid`. Null when the server does not attach the segment or
-    // the root window's pixels are not 32 bits.
+    // An image of `width` x `height` pixels over `data` (at least width * 4 *
+    // height bytes, rows of width * 4 bytes) in segment `shmid`, in the root
+    // window's format or of `visual` and `depth` when given (it then reads
+    // drawables of that depth only). Null when the server does not attach
+    // the segment or the pixels are not 32 bits.
     static std::unique_ptr<X11ShmImage> Attach(const X11Connection& connection, int shmid, uint8_t* data,
-                                               uint32_t width, uint32_t height);
+                                               uint32_t width, uint32_t height, Visual* visual = nullptr,
+                                               unsigned depth = 0);
     ~X11ShmImage();
     X11ShmImage(const X11ShmImage&) = delete;
     X11ShmImage& operator=(const X11ShmImage&) = delete;
