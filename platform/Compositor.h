@@ -24,6 +24,11 @@ public:
     // same width and height (rows may differ in length). Where they do not
     // (a caller's mistake), only the common top-left part is copied.
     virtual void copySurface(const Surface& source, Surface& target) = 0;
+    // Replaces the pixels of `area` of `target` with those at the same place
+    // of `source` (same size as for copySurface). `area` is in pixels with
+    // the origin at the top-left corner, y down, whole pixels; what lies
+    // outside either surface is left out. On macOS a quad over that area.
+    virtual void copyArea(const Surface& source, Surface& target, const Rect& area) = 0;
     // Draws `image` scaled to fill `where` over the target with source-over
     // blending (one, one minus source alpha). `where` is in the target's
     // pixels with the origin at its top-left corner, y down; parts outside

@@ -39,6 +39,21 @@ void CpuCompositor::copySurface(const Surface& source, Surface& target) {
                     source.baseAddress() + size_t(y) * source.bytesPerRow(), rowBytes);
 }
 
+void CpuCompositor::copyArea(const Surface& source, Surface& target, const Rect& area) {
+    assert(&source != &target);
+    const int left = std::max(0, int(area.x));
+    const int top = std::max(0, int(area.y));
+    const int right = std::min({int(area.MaxX()), int(source.width()), int(target.width())});
+    const int bottom = std::min({int(area.MaxY()), int(source.height()), int(target.height())});
+    if (left >= right || top >= bottom) return;
+    const size_t rowBytes = size_t(right - left) * 4;
+    SurfaceLock sourceLock(source);
+    SurfaceLock targetLock(target);
+    for (int y = top; y < bottom; ++y)
+        std::memcpy(target.baseAddress() + size_t(y) * target.bytesPerRow() + size_t(left) * 4,
+                    source.baseAddress() + size_t(y) * source.bytesPerRow() + size_t(left) * 4, rowBytes);
+}
+
 void CpuCompositor::drawImage(Surface& target, const Image& image, const Rect& where) {
     if (where.width <= 0 || where.height <= 0 || image.width() == 0 || image.height() == 0) return;
     const Rect clipped = where.Intersection({0, 0, double(target.width()), double(target.height())});

@@ -10,6 +10,7 @@ namespace qcp::platform {
 class CpuCompositor final : public Compositor {
 public:
     void copySurface(const Surface& source, Surface& target) override;
+    void copyArea(const Surface& source, Surface& target, const Rect& area) override;
     void drawImage(Surface& target, const Image& image, const Rect& where) override;
 };
 

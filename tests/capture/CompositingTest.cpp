@@ -1,10 +1,14 @@
 // Cursor compositing with exact pixels.
 #include <cstring>
 
+#include "ManualClock.h"
+#include "WaitFor.h"
+
 #include "CaptureFixture.h"
 #include "Platform.h"
 
 using namespace qcp::platform;
+using namespace std::chrono_literals;
 
 namespace {
 constexpr uint32_t kCursorColour = 0xFF00FF00; // opaque green, B G R A = 00 FF 00 FF
@@ -86,4 +90,48 @@ TEST_F(CompositingTest, OutputIsReusedUntilTheSourceSizeChanges) {
     EXPECT_NE(third.get(), kept);
     EXPECT_EQ(third->width(), 1280u);
     EXPECT_FALSE(source->copy_iosurface_and_render_mouse(nullptr, {}));
+}
+
+TEST_F(CompositingTest, OverAnUnchangedFrameOnlyTheCursorMovesAndNoPixelStaysBehind) {
+    ManualClock clock; // the render loop and the stream both follow it
+    RecordingObserver observer;
+    observer.keepPixels = true;
+    source->setShowCursor(true);
+    source->registerObserver(&observer);
+    world().SetMouse({5000, 5000}); // off the display: the first passes draw no cursor
+    ASSERT_TRUE(source->start());
+    const auto pass = [&] {
+        const size_t seen = observer.Frames().size();
+        clock.Advance(MC::MacCaptureSource::kRenderIntervalMicros);
+        EXPECT_TRUE(WaitFor([&] { return observer.Frames().size() > seen; }, 10s));
+        return observer.Frames().back();
+    };
+    // The stream's thread reads the clock when it starts: refresh until a composed frame came.
+    for (int refresh = 0; refresh < 100 && observer.Frames().empty(); ++refresh) {
+        clock.Advance(17'000);
+        WaitFor([&] { return !observer.Frames().empty(); }, 100ms);
+    }
+    ASSERT_FALSE(observer.Frames().empty());
+    const SeenFrame clean = pass();
+    const uint64_t streamFrames = world().Counters().framesDelivered;
+
+    const auto pixel = [](const SeenFrame& frame, uint32_t x, uint32_t y) {
+        uint32_t value;
+        std::memcpy(&value, frame.pixels.data() + (size_t(y) * 1920 + x) * 4, 4);
+        return value;
+    };
+    world().SetMouse({100, 880}); // the cursor's top-left at (100, 198), as above
+    const SeenFrame first = pass();
+    EXPECT_EQ(pixel(first, 101, 199), kCursorColour);
+    world().SetMouse({300, 580}); // now at (300, 498)
+    const SeenFrame second = pass();
+    EXPECT_EQ(pixel(second, 301, 499), kCursorColour);
+    EXPECT_EQ(world().Counters().framesDelivered, streamFrames) << "the screen was meant to stay still";
+    // Everything but the new cursor is the frame as captured.
+    size_t differing = 0;
+    for (uint32_t y = 0; y < 1080; ++y)
+        for (uint32_t x = 0; x < 1920; ++x)
+            if (!(x >= 300 && x < 304 && y >= 498 && y < 502)) differing += pixel(second, x, y) != pixel(clean, x, y);
+    EXPECT_EQ(differing, 0u);
+    source->stop();
 }

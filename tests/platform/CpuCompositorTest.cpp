@@ -63,3 +63,15 @@ TEST(CpuCompositor, ScalesIntoTheRectangleAndClipsAtTheEdges) {
     for (uint32_t y = 0; y < 2; ++y)
         for (uint32_t x = 0; x < 2; ++x) EXPECT_EQ(PixelAt(*untouched, x, y), 0u);
 }
+
+TEST(CpuCompositor, AnAreaIsCopiedToTheSamePlaceAndWhatLiesOutsideIsLeftOut) {
+    const SurfaceRef source = MakeSurface(4, 3), target = MakeSurface(4, 3);
+    std::memset(source->baseAddress(), 0x11, source->allocSize());
+    std::memset(target->baseAddress(), 0x22, target->allocSize());
+    CpuCompositor().copyArea(*source, *target, {2, 1, 5, 5}); // runs off the right and bottom
+    for (uint32_t y = 0; y < 3; ++y)
+        for (uint32_t x = 0; x < 4; ++x)
+            EXPECT_EQ(PixelAt(*target, x, y), x >= 2 && y >= 1 ? 0x11111111u : 0x22222222u) << x << ", " << y;
+    CpuCompositor().copyArea(*source, *target, {-3, -3, 2, 2}); // wholly outside
+    EXPECT_EQ(PixelAt(*target, 0, 0), 0x22222222u);
+}

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <memory>
+#include <optional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -99,7 +100,12 @@ private:
     // Ends the render loop and waits for it. Called by the thread that
     // delivers the stream's frames, or once that has ended.
     void stopRenderLoop();
-    void render_cursor_to_current_surface(qcp::platform::Surface& target);
+    // Draws the cursor; answers the whole pixels it may have covered, none
+    // when it drew nothing.
+    std::optional<qcp::platform::Rect> render_cursor_to_current_surface(qcp::platform::Surface& target);
+    // The render loop's pass: the composed surface for the latest frame. A
+    // surface that holds that frame already only has its cursor moved.
+    qcp::platform::SurfaceRef composeLatestFrame(qcp::platform::SurfaceRef output);
     void send_surface_to_observers(qcp::platform::Surface* surface, uint64_t time);
     void send_no_video_feed_message();
     void feedDetectionLoop();
@@ -139,6 +145,12 @@ private:
     std::atomic<bool> fRenderStopping{false};
     zSignal fRenderWake; // cuts the loop's wait short when it is stopped
     qcp::platform::SurfaceRef fComposedSurface;
+    // Under the render lock: the number of the latest frame among the
+    // stream's, and which one the composed surface holds with the pixels its
+    // cursor covers.
+    uint64_t fLatestNumber = 0;
+    uint64_t fComposedNumber = 0;
+    std::optional<qcp::platform::Rect> fComposedCursor;
 };
 
 } // namespace MC

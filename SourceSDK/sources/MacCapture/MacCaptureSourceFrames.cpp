@@ -1,5 +1,7 @@
 // Display and region capture: the stream's frames, and the render loop that
 // draws the cursor into them sixty times a second.
+#include <cmath>
+
 #include "CursorGeometry.h"
 #include "MacCaptureDisplayUtils.h"
 #include "MacCaptureSource.h"
@@ -20,6 +22,7 @@ void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, S
         } else {
             zLocker lock(*fRenderLock);
             fLatestSurface = SurfaceRef::Retain(surface);
+            ++fLatestNumber;
         }
         break;
     case FrameStatus::Stopped: {
@@ -37,6 +40,7 @@ void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, S
 
 void MacCaptureSource::startRenderLoop(Surface* first) {
     fLatestSurface = SurfaceRef::Retain(first);
+    ++fLatestNumber;
     fRenderLock = zCritical::Factory();
     fRenderStopping = false;
     fRenderWake.Reset();
@@ -62,7 +66,7 @@ void MacCaptureSource::renderLoop() {
         {
             zLocker lock(*fRenderLock);
             // A pass that cannot make a surface sends nothing; the next tries again.
-            fComposedSurface = copy_iosurface_and_render_mouse(fLatestSurface.get(), std::move(fComposedSurface));
+            fComposedSurface = composeLatestFrame(std::move(fComposedSurface));
             if (fComposedSurface) send_surface_to_observers(fComposedSurface.get(), 0);
         }
         deadline += kRenderIntervalMicros;
@@ -70,6 +74,20 @@ void MacCaptureSource::renderLoop() {
         if (deadline < now) deadline = now;
         fRenderWake.WaitUntil(deadline);
     }
+}
+
+SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
+    Surface* frame = fLatestSurface.get();
+    if (output && frame && fComposedNumber == fLatestNumber && output->width() == frame->width() &&
+        output->height() == frame->height()) {
+        // Only the cursor moved: what it covered comes back from the frame.
+        if (fComposedCursor) Current()->compositor().copyArea(*frame, *output, *fComposedCursor);
+        fComposedCursor = render_cursor_to_current_surface(*output);
+        return output;
+    }
+    output = copy_iosurface_and_render_mouse(frame, std::move(output));
+    fComposedNumber = output ? fLatestNumber : 0;
+    return output;
 }
 
 SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, SurfaceRef output) {
@@ -83,23 +101,26 @@ SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, Su
     if (!reusable) output = SurfaceRef::Adopt(Current()->createSurface(wanted));
     if (!output) return {};
     Current()->compositor().copySurface(*source, *output);
-    render_cursor_to_current_surface(*output);
+    fComposedCursor = render_cursor_to_current_surface(*output);
     return output;
 }
 
-void MacCaptureSource::render_cursor_to_current_surface(Surface& target) {
+std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& target) {
     const std::optional<ScreenInfo> screen = screenFromDisplayID(fDisplayID);
     const std::vector<ScreenInfo> screens = Current()->screens().list();
-    if (!screen || screens.empty()) return;
+    if (!screen || screens.empty()) return std::nullopt;
     const CursorImage cursor = Current()->cursor().currentCursor();
-    if (!cursor.image) return;
+    if (!cursor.image) return std::nullopt;
     const Rect where = CursorGeometry::ForDisplay(screen->frame, screens[0].frame, getCaptureFrame(),
                                                   Current()->cursor().mouseLocation(),
                                                   {cursor.width, cursor.height, cursor.hotSpot});
     // Points against pixels, unscaled, as the geometry intends.
     const Rect bounds{0, 0, double(target.width()), double(target.height())};
-    if (!where.Intersects(bounds)) return;
-    Current()->compositor().drawImage(target, *cursor.image, CursorGeometry::FlipToTopLeft(where, target.height()));
+    if (!where.Intersects(bounds)) return std::nullopt;
+    const Rect drawn = CursorGeometry::FlipToTopLeft(where, target.height());
+    Current()->compositor().drawImage(target, *cursor.image, drawn);
+    const double left = std::floor(drawn.x), top = std::floor(drawn.y);
+    return Rect{left, top, std::ceil(drawn.MaxX()) - left, std::ceil(drawn.MaxY()) - top};
 }
 
 } // namespace MC
