@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -58,8 +59,17 @@ bool ChildProcess::Start(const std::vector<std::string>& argv, bool feedInput, s
     if (fErrors) posix_spawn_file_actions_adddup2(&actions, fileno(fErrors), STDERR_FILENO);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
     posix_spawnattr_setpgroup(&attributes, 0);
+    // Ctrl-C and SIGTERM stay blocked in the child: one sent to the host's
+    // group while the child is being started, before it has a group of its
+    // own, would wait for the exec and end it there (the host ends it by
+    // closing its input).
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGINT);
+    sigaddset(&blocked, SIGTERM);
+    posix_spawnattr_setsigmask(&attributes, &blocked);
     std::vector<char*> args;
     for (const std::string& arg : argv) args.push_back(const_cast<char*>(arg.c_str()));
     args.push_back(nullptr);
