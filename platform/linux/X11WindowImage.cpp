@@ -2,6 +2,7 @@
 
 #include <X11/Xutil.h>
 #include <X11/extensions/Xcomposite.h>
+#include <X11/extensions/Xdamage.h>
 
 #include <algorithm>
 #include <cstring>
@@ -11,36 +12,31 @@
 #include "X11ErrorTrap.h"
 
 namespace qcp::platform::x11 {
-namespace {
-
-struct Area {
-    int x = 0, y = 0, width = 0, height = 0;
-    bool Empty() const { return width <= 0 || height <= 0; }
-    Area Intersect(const Area& o) const {
-        const int left = std::max(x, o.x), top = std::max(y, o.y);
-        const int right = std::min(x + width, o.x + o.width), bottom = std::min(y + height, o.y + o.height);
-        return {left, top, std::max(0, right - left), std::max(0, bottom - top)};
-    }
-};
+X11WindowImage::Area X11WindowImage::Area::Intersect(const Area& other) const {
+    const int left = std::max(x, other.x), top = std::max(y, other.y);
+    const int right = std::min(x + width, other.x + other.width);
+    const int bottom = std::min(y + height, other.y + other.height);
+    return {left, top, std::max(0, right - left), std::max(0, bottom - top)};
+}
 
 // Reads an area of a drawable; null when the server refuses.
-ImageRef Read(Display* display, Drawable drawable, const Area& area, bool opaque) {
-    X11ErrorTrap trap(display);
+ImageRef X11WindowImage::Read(Drawable drawable, const Area& area, bool opaque) const {
+    X11ErrorTrap trap(fDisplay);
     XImage* image =
-        XGetImage(display, drawable, area.x, area.y, unsigned(area.width), unsigned(area.height), AllPlanes, ZPixmap);
+        XGetImage(fDisplay, drawable, area.x, area.y, unsigned(area.width), unsigned(area.height), AllPlanes, ZPixmap);
     if (!image) return nullptr;
-    ImageRef converted = trap.Sync() == Success ? X11WindowImage::ToImage(*image, opaque) : nullptr;
+    ImageRef converted = trap.Sync() == Success ? ToImage(*image, opaque) : nullptr;
     XDestroyImage(image);
     return converted;
 }
-
-} // namespace
 
 X11WindowImage::X11WindowImage(Display* display) : fDisplay(display), fRoot(DefaultRootWindow(display)) {
     int eventBase = 0, errorBase = 0, major = 0, minor = 0;
     // Naming a window's pixmap came with version 0.2.
     fComposite = XCompositeQueryExtension(display, &eventBase, &errorBase) &&
                  XCompositeQueryVersion(display, &major, &minor) && (major > 0 || minor >= 2);
+    if (XDamageQueryExtension(display, &eventBase, &errorBase) && XDamageQueryVersion(display, &major, &minor))
+        fDamageEventBase = eventBase;
 }
 
 ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int height) {
@@ -55,21 +51,26 @@ ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int hei
     if (wanted.Empty()) return nullptr;
     const bool opaque = attributes.depth != 32;
     if (fComposite) {
-        Redirect(frame);
+        Redirected& redirected = Redirect(frame);
+        const Area read{wanted.x - outer.x, wanted.y - outer.y, wanted.width, wanted.height};
+        if (!redirected.changed && redirected.image && redirected.read == read) return redirected.image;
+        // Changes from here on are told by events still to come.
+        redirected.changed = fDamageEventBase < 0;
         X11ErrorTrap trap(fDisplay);
         const Pixmap pixmap = XCompositeNameWindowPixmap(fDisplay, frame);
         ImageRef image;
         if (trap.Sync() == Success) {
-            image =
-                Read(fDisplay, pixmap, {wanted.x - outer.x, wanted.y - outer.y, wanted.width, wanted.height}, opaque);
+            image = Read(pixmap, read, opaque);
             XFreePixmap(fDisplay, pixmap);
         }
+        redirected.read = read;
+        redirected.image = image;
         if (image) return image;
     }
     XWindowAttributes root{};
     if (!XGetWindowAttributes(fDisplay, fRoot, &root)) return nullptr;
     const Area onScreen = wanted.Intersect({0, 0, root.width, root.height});
-    return onScreen.Empty() ? nullptr : Read(fDisplay, fRoot, onScreen, true);
+    return onScreen.Empty() ? nullptr : Read(fRoot, onScreen, true);
 }
 
 Window X11WindowImage::FrameOf(Window client) const {
@@ -86,8 +87,9 @@ Window X11WindowImage::FrameOf(Window client) const {
     }
 }
 
-void X11WindowImage::Redirect(Window frame) {
-    if (fRedirected.contains(frame)) return;
+X11WindowImage::Redirected& X11WindowImage::Redirect(Window frame) {
+    if (const auto found = fRedirected.find(frame); found != fRedirected.end()) return found->second;
+    Redirected& redirected = fRedirected[frame];
     X11ErrorTrap trap(fDisplay);
     // Told when the frame goes, so that a later window given the same id is
     // redirected afresh.
@@ -96,14 +98,30 @@ void X11WindowImage::Redirect(Window frame) {
     // Refused when a compositing manager holds the window in manual mode:
     // its pixmap can be named then all the same.
     trap.Sync();
-    fRedirected.insert(frame);
+    if (fDamageEventBase >= 0) {
+        redirected.damage = XDamageCreate(fDisplay, frame, XDamageReportNonEmpty);
+        if (trap.Sync() != Success) redirected.damage = None;
+    }
+    if (redirected.damage == None) fDamageEventBase = -1; // changes cannot be told: read every time
+    return redirected;
 }
 
 void X11WindowImage::ReadEvents() {
     while (XEventsQueued(fDisplay, QueuedAfterReading) > 0) {
         XEvent event;
         XNextEvent(fDisplay, &event);
-        if (event.type == DestroyNotify) fRedirected.erase(event.xdestroywindow.window);
+        if (event.type == DestroyNotify) {
+            // The server frees the frame's damage with it.
+            fRedirected.erase(event.xdestroywindow.window);
+        } else if (fDamageEventBase >= 0 && event.type == fDamageEventBase + XDamageNotify) {
+            const auto& notify = reinterpret_cast<const XDamageNotifyEvent&>(event);
+            const auto found = fRedirected.find(notify.drawable);
+            if (found == fRedirected.end()) continue;
+            found->second.changed = true;
+            // Reported once until cleared: clear it to hear of the next change.
+            X11ErrorTrap trap(fDisplay);
+            XDamageSubtract(fDisplay, found->second.damage, None, None);
+        }
     }
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 #include <X11/Xlib.h>
+#include <X11/extensions/Xdamage.h>
 
-#include <unordered_set>
+#include <unordered_map>
 
 #include "Image.h"
 
@@ -13,8 +14,10 @@ namespace qcp::platform::x11 {
 // a pixmap even where other windows cover it; the picture is read from that
 // pixmap. A frame stays redirected for as long as the connection lives, so
 // the content of a window captured frame after frame stays complete; the
-// server undoes it when the frame is destroyed. Without Composite, or when
-// the server refuses, the window's area of the screen is read instead.
+// server undoes it when the frame is destroyed. With DAMAGE, a redirected
+// frame that has not changed since its last picture gives that picture again
+// instead of being read anew. Without Composite, or when the server refuses,
+// the window's area of the screen is read instead.
 //
 // Used on the window server's connection, under its mutex and a trap.
 class X11WindowImage {
@@ -26,8 +29,9 @@ public:
     // read.
     ImageRef Capture(Window client, int x, int y, int width, int height);
 
-    // Takes the events the connection received: the frames destroyed since.
-    // Called on every use of the connection, so that nothing piles up.
+    // Takes the events the connection received: the frames changed and the
+    // frames destroyed since. Called on every use of the connection, so that
+    // nothing piles up.
     void ReadEvents();
 
     // A 32-bit ZPixmap XImage as an Image; the alpha byte made opaque unless
@@ -38,12 +42,29 @@ private:
     // The root's child that holds `client` (the client itself without a
     // reparenting window manager); None when the client is gone.
     Window FrameOf(Window client) const;
-    void Redirect(Window frame);
+
+    // A redirected frame: what was last read of it, and whether it changed
+    // since (always, without DAMAGE).
+    struct Area {
+        int x = 0, y = 0, width = 0, height = 0;
+        bool Empty() const { return width <= 0 || height <= 0; }
+        Area Intersect(const Area& other) const;
+        friend bool operator==(const Area&, const Area&) = default;
+    };
+    struct Redirected {
+        Damage damage = None;
+        bool changed = true;
+        Area read; // in the frame's pixmap
+        ImageRef image;
+    };
+    Redirected& Redirect(Window frame);
+    ImageRef Read(Drawable drawable, const Area& area, bool opaque) const;
 
     Display* const fDisplay;
     const Window fRoot;
     bool fComposite = false;
-    std::unordered_set<Window> fRedirected;
+    int fDamageEventBase = -1;
+    std::unordered_map<Window, Redirected> fRedirected;
 };
 
 } // namespace qcp::platform::x11

@@ -25,3 +25,33 @@ TEST_F(WindowImageTest, ACoveredWindowShowsItsOwnContentAndAGoneOneNothing) {
     EXPECT_FALSE(platform->windowServer().windowImage(uint32_t(covered)));
     EXPECT_FALSE(platform->windowServer().window(uint32_t(covered)));
 }
+
+TEST_F(WindowImageTest, AnUnchangedWindowGivesItsLastPictureAgainAndAChangedOneIsReadAnew) {
+    const Window window = desktop->Open({"Still"}, 0x00FF00, 100, 100, 400, 300);
+    ASSERT_NE(window, None);
+    const TestDesktop::Area frame = desktop->FrameArea(window), client = desktop->ClientArea(window);
+    const auto centre = [&](const ImageRef& image) {
+        return PixelAt(image->pixels(), image->bytesPerRow(), client.x - frame.x + 200, client.y - frame.y + 150);
+    };
+    const uint32_t id = uint32_t(window);
+    ImageRef first = platform->windowServer().windowImage(id);
+    ASSERT_TRUE(first);
+    // Whatever the first read's own redirection stirred up has been told by now.
+    ASSERT_TRUE(TestDesktop::WaitUntil([&] {
+        const ImageRef again = platform->windowServer().windowImage(id);
+        const bool same = again == first;
+        first = again;
+        return same;
+    }));
+    EXPECT_EQ(platform->windowServer().windowImage(id), first) << "nothing changed: no new read";
+
+    // A change of the client inside the frame is a change of the frame.
+    desktop->Paint(window, 0xFF00FF);
+    ImageRef changed;
+    ASSERT_TRUE(TestDesktop::WaitUntil([&] {
+        changed = platform->windowServer().windowImage(id);
+        return changed && centre(changed) == Opaque(0xFF00FF);
+    }));
+    EXPECT_NE(changed, first);
+    EXPECT_EQ(centre(first), Opaque(0x00FF00)) << "a picture handed out never changes";
+}

@@ -2,13 +2,14 @@
 #include <atomic>
 #include <condition_variable>
 #include <memory>
-#include <optional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "DisplayLink.h"
 #include "DisplayStream.h"
+#include "Image.h"
 #include "Surface.h"
 #include "zColor.h"
 #include "zCritical.h"
@@ -29,6 +30,7 @@ struct MacCaptureWindowUserInfoStruct {
     bool showCursor = false;
     long long userData = 0;
     qcp::platform::SurfaceRef surface; // reused from frame to frame
+    qcp::platform::ImageRef image;     // the picture the surface holds, the cursor aside
 };
 
 // The video of one capture source: a whole display, a rectangle of one, or

@@ -20,11 +20,19 @@ void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
         MacCaptureWindowManager::RefreshLock inventory;
         // A window closed or dropped by the last refresh sends nothing.
         if (!MacCaptureWindowManager::getWindowForID(int(fWindowInfo.windowID))) return;
-        const ImageRef image = Current()->windowServer().windowImage(fWindowInfo.windowID);
+        ImageRef image = Current()->windowServer().windowImage(fWindowInfo.windowID);
         if (!image) return;
-        fWindowInfo.surface = copyCGImageRefToIOSurface(*image, fWindowInfo.surface);
+        // The same picture again (the window did not change) is in the
+        // surface already.
+        if (image != fWindowInfo.image || !fWindowInfo.surface) {
+            fWindowInfo.surface = copyCGImageRefToIOSurface(*image, fWindowInfo.surface);
+            fWindowInfo.image = fWindowInfo.surface ? std::move(image) : nullptr;
+        }
         if (!fWindowInfo.surface) return;
-        if (fWindowInfo.showCursor) drawWindowCursor(*fWindowInfo.surface, fWindowInfo.windowID);
+        if (fWindowInfo.showCursor) {
+            drawWindowCursor(*fWindowInfo.surface, fWindowInfo.windowID);
+            fWindowInfo.image = nullptr; // the surface holds more than the picture now
+        }
     }
     std::lock_guard lock(fObserverLock);
     for (MacCaptureObserver* observer : fObservers)
