@@ -4,7 +4,7 @@
 // stale pixel (the server-made opaque copy, the cursor taken back out of a
 // frame composed before).
 // TestDesktop first: GoogleTest before Xlib's macros.
-#include "TestDesktop.h"
+#include "LinuxPluginTest.h"
 
 #include <X11/Xutil.h>
 
@@ -14,8 +14,6 @@
 #include <random>
 #include <vector>
 
-#include "Platform.h"
-#include "QCP_API.h"
 
 namespace {
 
@@ -50,19 +48,8 @@ struct LatestFrame {
     }
 };
 
-class CursorFramesTest : public LinuxDesktopTest {
+class CursorFramesTest : public LinuxPluginTest {
 protected:
-    void SetUp() override {
-        LinuxDesktopTest::SetUp();
-        if (IsSkipped() || HasFatalFailure()) return;
-        qcp::platform::Install(std::move(platform));
-        ASSERT_EQ(QCP_IntitializeLibrary(), 1);
-        fInitialised = true;
-    }
-    void TearDown() override {
-        if (fInitialised) QCP_UninitializeLibrary();
-        qcp::platform::Install(nullptr);
-    }
     // Waits for `frames` more frames.
     bool Frames(int frames) {
         const int until = latest.count + frames;
@@ -70,9 +57,6 @@ protected:
     }
 
     LatestFrame latest;
-
-private:
-    bool fInitialised = false;
 };
 
 } // namespace

@@ -7,29 +7,13 @@
 #include <thread>
 
 #include "HostStress.h"
-#include "TestDesktop.h"
+#include "LinuxPluginTest.h"
 
 using namespace std::chrono_literals;
 
 namespace {
 
-class HostStressTest : public LinuxDesktopTest {
-protected:
-    void SetUp() override {
-        LinuxDesktopTest::SetUp();
-        if (IsSkipped() || HasFatalFailure()) return;
-        qcp::platform::Install(std::move(platform));
-        ASSERT_EQ(QCP_IntitializeLibrary(), 1);
-        fInitialised = true;
-    }
-    void TearDown() override {
-        if (fInitialised) QCP_UninitializeLibrary();
-        qcp::platform::Install(nullptr);
-    }
-
-private:
-    bool fInitialised = false;
-};
+using HostStressTest = LinuxPluginTest;
 
 } // namespace
 
