@@ -97,6 +97,9 @@ CARingBufferError CARingBuffer::Store(const AudioBufferList* abl, UInt32 framesT
     assert(abl->mNumberBuffers <= UInt32(fNumberChannels));
 
     const SInt64 endWrite = startWrite + framesToWrite;
+    // Orders the writes below after the reader's copies of the frames it is
+    // done with; the value itself is not needed (the writer never waits).
+    (void)fFetchedEnd.load(std::memory_order_acquire);
     const SInt64 startTime = CurrentBounds().startTime.load(std::memory_order_relaxed);
     const SInt64 endTime = CurrentBounds().endTime.load(std::memory_order_relaxed);
     if (startWrite < endTime) {
@@ -167,6 +170,8 @@ CARingBufferError CARingBuffer::Fetch(AudioBufferList* abl, UInt32 nFrames, SInt
         FetchABL(abl, destOffset + first, fBuffers, 0, offset1);
         nbytes = first + offset1;
     }
+
+    fFetchedEnd.store(end, std::memory_order_release);
 
     AudioBuffer* dest = abl->mBuffers;
     for (UInt32 n = abl->mNumberBuffers; n > 0; --n, ++dest) dest->mDataByteSize = nbytes;

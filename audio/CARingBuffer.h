@@ -20,7 +20,10 @@ enum : UInt32 {
 // The valid range [start, end) is published through a queue of 32 snapshots
 // and a counter of published snapshots: a reader copies the current snapshot
 // and checks its update counter, retrying a few times rather than blocking.
-// Store and Fetch copy only; nothing allocates after Allocate.
+// The reader publishes in turn how far it has fetched, which the writer reads
+// before it stores: frames are overwritten only after the reads of them that
+// came before, in the memory model as in time. Store and Fetch copy only;
+// nothing allocates after Allocate.
 class CARingBuffer {
 public:
     CARingBuffer() = default;
@@ -80,4 +83,6 @@ private:
     UInt32 fCapacityBytes = 0;
     TimeBounds fTimeBoundsQueue[kTimeBoundsQueueSize];
     std::atomic<UInt32> fTimeBoundsQueuePtr{0};
+    // The end of the reader's latest fetch (reader: release; writer: acquire).
+    std::atomic<SInt64> fFetchedEnd{0};
 };
