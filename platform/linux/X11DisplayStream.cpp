@@ -3,6 +3,7 @@
 #include <X11/extensions/Xrandr.h>
 
 #include <cstring>
+#include <functional>
 
 #include "X11ErrorTrap.h"
 #include "X11Monitors.h"
@@ -198,8 +199,11 @@ X11DisplayStream::Aim X11DisplayStream::Reaim() {
 
 bool X11DisplayStream::SameAsLastFrame(const Surface& frame) const {
     if (!fLastFrame) return false;
-    SurfaceLock lastLock(*fLastFrame);
-    SurfaceLock frameLock(frame);
+    // Locked in the order of their addresses: pooled surfaces take turns as
+    // the last frame and the new one, and the two orders would cross.
+    const bool lastFirst = std::less<const Surface*>()(fLastFrame.get(), &frame);
+    SurfaceLock firstLock(lastFirst ? *fLastFrame : frame);
+    SurfaceLock secondLock(lastFirst ? frame : *fLastFrame);
     return std::memcmp(fLastFrame->baseAddress(), frame.baseAddress(), frame.allocSize()) == 0;
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "MacCaptureWindowManager.h"
+#include "WaitFor.h"
 
 using namespace std::chrono_literals;
 
@@ -56,3 +57,12 @@ void CaptureTest::SetUp() {
 }
 
 void CaptureTest::TearDown() { MC::MacCaptureWindowManager::shutdownMacCaptureWindowMgr(); }
+
+bool CaptureTest::FirstStreamFrame(ManualClock& clock) {
+    const auto delivered = [&] { return fWorld->Counters().framesDelivered > 0; };
+    for (int step = 0; step < 1000 && !delivered(); ++step) {
+        clock.Advance(1'000);
+        WaitFor(delivered, 20ms);
+    }
+    return delivered();
+}

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "MacCaptureObserver.h"
+#include "ManualClock.h"
 #include "MacCaptureSource.h"
 #include "SimPlatform.h"
 #include "SimStamp.h"
@@ -53,6 +54,10 @@ protected:
     void TearDown() override;
 
     qcp::platform::sim::SimWorld& world() { return *fWorld; }
+    // Moves `clock` on a millisecond at a time until the display's stream has
+    // delivered a frame (its thread reads the clock when it starts, so it
+    // may take a few); false when none comes.
+    bool FirstStreamFrame(ManualClock& clock);
     static constexpr uint32_t kDisplay = 1;
 
 private:
