@@ -19,19 +19,8 @@ using GtkAlertsTest = GtkDesktopTest;
 
 const Alert kInstall{"The audio capture driver is missing", "Install it to capture the sound.", {"Install", "Cancel"}};
 
-// The id of this program's visible window once one shows (GTK names windows
-// by program), made active; empty when none comes.
-std::string AwaitOwnWindow() {
-    std::string id;
-    FILE* pipe = popen("timeout 20 xdotool search --sync --onlyvisible --classname gtk_tests", "r");
-    if (!pipe) return id;
-    char buffer[64] = {};
-    if (std::fgets(buffer, sizeof buffer, pipe)) id = buffer;
-    pclose(pipe);
-    id = id.substr(0, id.find('\n'));
-    if (!id.empty()) std::system(("xdotool windowactivate --sync " + id).c_str());
-    return id;
-}
+// This program's visible window (GTK names windows by program), made active.
+std::string AwaitOwnWindow() { return AwaitVisibleWindow("--classname gtk_tests"); }
 
 bool OwnWindowShown() { return std::system("xdotool search --onlyvisible --classname gtk_tests >/dev/null") == 0; }
 

@@ -51,12 +51,7 @@ std::string Xdo(const std::string& args) {
 
 // The id of the first window titled `title`, once it shows; empty if none
 // comes. The window is then made the active one.
-std::string AwaitWindow(const std::string& title) {
-    std::string id = Xdo("search --sync --onlyvisible --name " + Quoted("^" + title + "$"));
-    id = id.substr(0, id.find('\n'));
-    if (!id.empty()) Xdo("windowactivate --sync " + id);
-    return id;
-}
+std::string AwaitWindow(const std::string& title) { return AwaitVisibleWindow("--name " + Quoted("^" + title + "$")); }
 
 // Whether a window on top of the root is named `prefix`..., read on the
 // test's own connection under an error trap: xdotool dies of a window that

@@ -4,6 +4,8 @@
 #include <X11/Xutil.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <ostream>
 #include <thread>
 
@@ -173,4 +175,21 @@ Pixel RootPixel(Display* display, int x, int y) {
     const unsigned long pixel = XGetPixel(image, 0, 0);
     XDestroyImage(image);
     return Opaque(uint32_t(pixel & 0xFFFFFF));
+}
+
+std::string AwaitVisibleWindow(const std::string& match) {
+    std::string id;
+    TestDesktop::WaitUntil(
+        [&] {
+            FILE* pipe = popen(("xdotool search --onlyvisible " + match + " 2>/dev/null").c_str(), "r");
+            if (!pipe) return false;
+            char buffer[64] = {};
+            if (std::fgets(buffer, sizeof buffer, pipe)) id = buffer;
+            pclose(pipe);
+            id = id.substr(0, id.find('\n'));
+            return !id.empty();
+        },
+        std::chrono::seconds(20));
+    if (!id.empty()) std::system(("xdotool windowactivate --sync " + id + " 2>/dev/null").c_str());
+    return id;
 }

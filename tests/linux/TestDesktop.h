@@ -87,6 +87,12 @@ struct Pixel {
 };
 inline Pixel Opaque(uint32_t rgb) { return {uint8_t(rgb), uint8_t(rgb >> 8), uint8_t(rgb >> 16), 255}; }
 Pixel PixelAt(const uint8_t* base, size_t bytesPerRow, int x, int y);
+// The id of a visible window that `xdotool search` finds with `match` (its
+// options, e.g. "--name '^Title$'"), once one shows, made the active
+// window; empty when none shows within 20 seconds. xdotool dies of a window
+// destroyed while it looks, so it is asked again until then.
+std::string AwaitVisibleWindow(const std::string& match);
+
 // What the screen shows at (x, y) of the root window, opaque; all zero when
 // it cannot be read.
 Pixel RootPixel(Display* display, int x, int y);

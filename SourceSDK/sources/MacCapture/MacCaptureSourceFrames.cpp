@@ -78,8 +78,8 @@ void MacCaptureSource::renderLoop() {
 
 SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
     Surface* frame = fLatestSurface.get();
-    if (output && frame && fComposedNumber == fLatestNumber && output->width() == frame->width() &&
-        output->height() == frame->height()) {
+    // The output composed from this very frame has its size.
+    if (output && frame && fComposedNumber == fLatestNumber) {
         // Only the cursor moved: what it covered comes back from the frame.
         if (fComposedCursor) Current()->compositor().copyArea(*frame, *output, *fComposedCursor);
         fComposedCursor = render_cursor_to_current_surface(*output);

@@ -16,8 +16,7 @@ void LetGo(GtkWidget*, gpointer use) {
     zQueue::Main().Async([use = static_cast<GtkLoop::Use*>(use)] { delete use; });
 }
 
-} // namespace
-
+// A new dialog, not yet shown; attached to `parent` (a sheet) when there is one.
 GtkWidget* MakeAlertDialog(GtkWindow* parent, const Alert& alert) {
     GtkWidget* dialog = gtk_message_dialog_new(parent, parent ? GTK_DIALOG_DESTROY_WITH_PARENT : GtkDialogFlags(0),
                                                GTK_MESSAGE_WARNING, GTK_BUTTONS_NONE, "%s", alert.message.c_str());
@@ -31,6 +30,19 @@ GtkWidget* MakeAlertDialog(GtkWindow* parent, const Alert& alert) {
     return dialog;
 }
 
+} // namespace
+
+GtkWidget* ShowAlertDialog(GtkWindow* parent, const Alert& alert) {
+    GtkWidget* dialog = MakeAlertDialog(parent, alert);
+    if (parent) gtk_window_set_modal(GTK_WINDOW(dialog), TRUE);
+    g_signal_connect(dialog, "response", G_CALLBACK(+[](GtkDialog* answered, int, gpointer) {
+                         gtk_widget_destroy(GTK_WIDGET(answered));
+                     }),
+                     nullptr);
+    gtk_widget_show_all(dialog);
+    return dialog;
+}
+
 void ShowAlert(GtkLoop& loop, const Alert& alert) {
     // The Use keeps GTK running until the alert is answered. It is let go on
     // the main queue, never on GTK's thread: releasing the last one joins it.
@@ -40,13 +52,7 @@ void ShowAlert(GtkLoop& loop, const Alert& alert) {
             LetGo(nullptr, use);
             return;
         }
-        GtkWidget* dialog = MakeAlertDialog(nullptr, alert);
-        g_signal_connect(dialog, "response", G_CALLBACK(+[](GtkDialog* answered, int, gpointer) {
-                             gtk_widget_destroy(GTK_WIDGET(answered));
-                         }),
-                         nullptr);
-        g_signal_connect(dialog, "destroy", G_CALLBACK(LetGo), use);
-        gtk_widget_show_all(dialog);
+        g_signal_connect(ShowAlertDialog(nullptr, alert), "destroy", G_CALLBACK(LetGo), use);
     });
 }
 

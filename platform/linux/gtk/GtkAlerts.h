@@ -11,9 +11,9 @@ typedef struct _GtkWindow GtkWindow;
 // index of the button pressed, or negative when it was closed otherwise.
 namespace qcp::platform::gtk {
 
-// GTK's thread: a new dialog, not yet shown; attached to `parent` (a sheet)
-// when there is one.
-GtkWidget* MakeAlertDialog(GtkWindow* parent, const Alert& alert);
+// GTK's thread: shows a new dialog that goes once answered; modal to
+// `parent` when there is one.
+GtkWidget* ShowAlertDialog(GtkWindow* parent, const Alert& alert);
 
 // Any thread: shows a free-standing alert and returns at once; it closes
 // when answered.

@@ -68,13 +68,7 @@ public:
 
     void Sheet(const Alert& alert) {
         if (!fWindow) return;
-        GtkWidget* dialog = MakeAlertDialog(GTK_WINDOW(fWindow), alert);
-        gtk_window_set_modal(GTK_WINDOW(dialog), TRUE);
-        g_signal_connect(dialog, "response", G_CALLBACK(+[](GtkDialog* answered, int, gpointer) {
-                             gtk_widget_destroy(GTK_WIDGET(answered));
-                         }),
-                         nullptr);
-        gtk_widget_show_all(dialog);
+        ShowAlertDialog(GTK_WINDOW(fWindow), alert);
     }
 
 private:
