@@ -14,6 +14,9 @@ using namespace qcp::platform;
 namespace {
 
 class ServerLossTest : public LinuxDesktopTest {
+public:
+    static void SetUpTestSuite() { session = XvfbSession::StartApart(unavailable); }
+
 protected:
     void TearDown() override {
         link.reset();

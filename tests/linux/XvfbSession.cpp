@@ -155,6 +155,15 @@ std::unique_ptr<XvfbSession> XvfbSession::Start(const std::vector<std::string>& 
     return session;
 }
 
+std::unique_ptr<XvfbSession> XvfbSession::StartApart(std::string& why) {
+    // A server on a number in use exits at once, so the next one is tried.
+    constexpr int kFirst = 700, kTries = 20;
+    for (int number = kFirst; number < kFirst + kTries; ++number) {
+        if (auto session = Start({}, why, ":" + std::to_string(number))) return session;
+    }
+    return nullptr;
+}
+
 void XvfbSession::KillServer() {
     if (fServer <= 0) return;
     kill(fServer, SIGKILL);

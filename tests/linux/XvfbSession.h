@@ -17,6 +17,11 @@ public:
     // server picks a free display number unless `display` (":N") names one.
     static std::unique_ptr<XvfbSession> Start(const std::vector<std::string>& extraArguments, std::string& why,
                                               const std::string& display = {});
+    // Starts a plain session on a display number above those servers pick
+    // for themselves (they take the lowest free one), for a test that kills
+    // its server and starts it again on the same number: a number in the
+    // common range would be taken meanwhile by another test's new server.
+    static std::unique_ptr<XvfbSession> StartApart(std::string& why);
     ~XvfbSession();
     XvfbSession(const XvfbSession&) = delete;
     XvfbSession& operator=(const XvfbSession&) = delete;
