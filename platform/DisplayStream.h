@@ -3,6 +3,7 @@
 #include <functional>
 #include <optional>
 
+#include "DirtyRects.h"
 #include "Geometry.h"
 #include "Surface.h"
 
@@ -17,14 +18,20 @@ enum class FrameStatus { Complete, Idle, Blank, Stopped };
 // - Complete: `surface` holds a new frame at the output size. It is valid for
 //   the call; retain it (SurfaceRef::Retain) to keep it longer. The stream
 //   never draws into a surface that someone still retains, so a retained
-//   frame stays as delivered.
+//   frame stays as delivered. `dirty` names where it may differ from the
+//   run's previous Complete frame (kCGDisplayStreamUpdateDirtyRects); the
+//   first frame of a run, and one the stream cannot account for, names the
+//   whole frame. Nothing outside `dirty` changed, so a consumer that keeps
+//   a copy of the last frame brings it up to date from these parts alone.
 // - Idle: nothing on the display changed; `surface` is null.
 // - Blank: the display is asleep or shows nothing; `surface` is null.
 // - Stopped: the last call of a run, after Stop() or when the display went
 //   away; `surface` is null. Frames already on their way are delivered
 //   before it; none follow it until the stream is started again.
 // `displayTime` is the zTime clock (microseconds) when the frame was taken.
-using FrameHandler = std::function<void(FrameStatus status, uint64_t displayTime, Surface* surface)>;
+// `dirty` is empty for every status but Complete.
+using FrameHandler =
+    std::function<void(FrameStatus status, uint64_t displayTime, Surface* surface, const DirtyRects& dirty)>;
 
 // What CGDisplayStreamCreateWithDispatchQueue is given.
 struct DisplayStreamConfig {

@@ -8,12 +8,13 @@ FrameChannel* FrameChannel::Create(zQueue& queue, FrameHandler handler) {
     return new FrameChannel(queue, std::move(handler));
 }
 
-bool FrameChannel::Post(FrameStatus status, uint64_t displayTime, SurfaceRef surface) {
+bool FrameChannel::Post(FrameStatus status, uint64_t displayTime, SurfaceRef surface, const DirtyRects& dirty) {
     for (Record& record : fRecords) {
         if (record.busy.load(std::memory_order_acquire)) continue;
         record.status = status;
         record.displayTime = displayTime;
         record.surface = std::move(surface);
+        record.dirty = dirty;
         record.busy.store(true, std::memory_order_relaxed);
         Retain();
         fQueue.Async([this, &record] {
@@ -28,7 +29,7 @@ bool FrameChannel::Post(FrameStatus status, uint64_t displayTime, SurfaceRef sur
 void FrameChannel::Deliver(Record& record) {
     {
         std::lock_guard lock(fGate);
-        if (fOpen.load()) fHandler(record.status, record.displayTime, record.surface.get());
+        if (fOpen.load()) fHandler(record.status, record.displayTime, record.surface.get(), record.dirty);
     }
     record.surface.reset();
     record.busy.store(false, std::memory_order_release);

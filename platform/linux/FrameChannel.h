@@ -27,7 +27,7 @@ public:
     // Queues one handler call. False, with nothing queued, when every record
     // is still on its way (the queue has fallen far behind). One thread posts
     // at a time.
-    bool Post(FrameStatus status, uint64_t displayTime, SurfaceRef surface);
+    bool Post(FrameStatus status, uint64_t displayTime, SurfaceRef surface, const DirtyRects& dirty = {});
     // No handler call starts after this returns, and none is running, unless
     // called from the handler itself, whose call is then the last.
     void Close();
@@ -38,6 +38,7 @@ private:
         FrameStatus status = FrameStatus::Idle;
         uint64_t displayTime = 0;
         SurfaceRef surface;
+        DirtyRects dirty;
     };
 
     FrameChannel(zQueue& queue, FrameHandler handler) : fQueue(queue), fHandler(std::move(handler)) {}

@@ -19,9 +19,8 @@ constexpr uint32_t kTraceNote = 0x6E6F7465; // 'note'
 
 int64_t PeriodFor(double refreshRate) { return int64_t(1e6 / (refreshRate > 0 ? refreshRate : 60)); }
 
-bool Overlap(const XRectangle& area, int left, int top, int width, int height) {
-    return area.x < left + width && left < area.x + area.width && area.y < top + height && top < area.y + area.height;
-}
+// Events read before a frame is taken all come before its read.
+constexpr unsigned long kNoRead = ~0UL;
 } // namespace
 
 std::unique_ptr<X11DisplayStream> X11DisplayStream::Create(std::unique_ptr<X11Connection> connection,
@@ -53,7 +52,10 @@ X11DisplayStream::X11DisplayStream(std::unique_ptr<X11Connection> connection, Di
       fChannel(FrameChannel::Create(*fConfig.queue, fConfig.handler)) {
     Display* display = fConnection->display();
     X11ErrorTrap trap(display);
-    if (fDamageEventBase >= 0) fDamage = XDamageCreate(display, fConnection->root(), XDamageReportBoundingBox);
+    // Every change reported as it happens: a bounding box that grows until
+    // cleared cannot tell whether a change came before or after a frame's
+    // read, so a change after it could go unreported.
+    if (fDamageEventBase >= 0) fDamage = XDamageCreate(display, fConnection->root(), XDamageReportRawRectangles);
     if (fRandrEventBase >= 0)
         XRRSelectInput(display, fConnection->root(),
                        RRScreenChangeNotifyMask | RRCrtcChangeNotifyMask | RROutputChangeNotifyMask);
@@ -73,12 +75,14 @@ bool X11DisplayStream::Start() {
     if (!fConnection->usable()) return false;
     {
         X11ErrorTrap trap(fConnection->display());
-        ReadEvents(); // what happened while stopped is of no interest now
+        ReadEvents(kNoRead); // what happened while stopped is of no interest now
         if (Reaim() == Aim::Gone || !fConnection->usable()) return false;
     }
     fStopping = false;
     fEnded = false;
-    fChanged = fArrangementChanged = fDelivered = fIdleSent = false;
+    fArrangementChanged = fDelivered = fIdleSent = false;
+    fDirty.Clear();
+    fDirtyAfterRead.Clear();
     fLastRead = 0;
     fLastArranged = zTime::MicroNow();
     fLastFrame.reset();
@@ -126,19 +130,19 @@ void X11DisplayStream::Tick(int64_t now) {
     // The server went away, or came back anew: this connection is done.
     if (!fConnection->usable()) return End(now);
     X11ErrorTrap trap(fConnection->display());
-    ReadEvents();
+    ReadEvents(kNoRead);
     if (!fConnection->usable()) return End(now);
     if (fArrangementChanged || now - fLastArranged >= kFullRefreshMicros) {
         fArrangementChanged = false;
         fLastArranged = now;
         switch (Reaim()) {
         case Aim::Gone: return End(now); // unplugged: the run ends as it ends on macOS
-        case Aim::Moved: fChanged = true; break;
+        case Aim::Moved: fDirty = WholeFrame(); break;
         case Aim::Same: break;
         }
     }
     const bool unreported = fDamage == None || now - fLastRead >= kFullRefreshMicros;
-    if (fDelivered && !fChanged && !unreported) {
+    if (fDelivered && fDirty.empty() && !unreported) {
         if (!fIdleSent) fIdleSent = fChannel->Post(FrameStatus::Idle, uint64_t(now), {});
         return;
     }
@@ -146,16 +150,45 @@ void X11DisplayStream::Tick(int64_t now) {
     if (!surface || !fGrabber.Grab(*surface)) return; // tried again at the next refresh
     if (!fConnection->usable()) return End(now); // what was read is not the screen
     fLastRead = now;
-    if (fDelivered && !fChanged && SameAsLastFrame(*surface)) {
-        if (!fIdleSent) fIdleSent = fChannel->Post(FrameStatus::Idle, uint64_t(now), {});
-        return;
+    // The changes the server made before the read are in this frame; those
+    // after it are left for the next.
+    ReadEvents(fGrabber.readSerial());
+    if (!Deliver(*surface, now)) fDirty.Add(fDirtyAfterRead);
+    else fDirty = fDirtyAfterRead;
+    fDirtyAfterRead.Clear();
+}
+
+bool X11DisplayStream::Deliver(Surface& surface, int64_t now) {
+    if (!fDelivered || fDamage == None) {
+        fDirty = WholeFrame();
+    } else if (fDirty.empty()) {
+        // Read without a report: delivered only if it differs, somewhere.
+        if (SameAsLastFrame(surface)) {
+            if (!fIdleSent) fIdleSent = fChannel->Post(FrameStatus::Idle, uint64_t(now), {});
+            return true;
+        }
+        fDirty = WholeFrame();
     }
-    SurfaceRef frame = SurfaceRef::Retain(surface);
-    if (!fChannel->Post(FrameStatus::Complete, uint64_t(now), frame)) return;
+    SurfaceRef frame = SurfaceRef::Retain(&surface);
+    if (!fChannel->Post(FrameStatus::Complete, uint64_t(now), frame, fDirty)) return false;
     fLastFrame = std::move(frame);
-    fChanged = false;
     fDelivered = true;
     fIdleSent = false;
+    return true;
+}
+
+DirtyRects X11DisplayStream::WholeFrame() const {
+    return DirtyRects::Whole(fConfig.outputWidth, fConfig.outputHeight);
+}
+
+void X11DisplayStream::AddDamage(const XRectangle& area, unsigned long serial, unsigned long readSerial) {
+    const Rect read{double(fGrabber.readLeft()), double(fGrabber.readTop()), double(fGrabber.readWidth()),
+                    double(fGrabber.readHeight())};
+    const Rect changed = read.Intersection({double(area.x), double(area.y), double(area.width), double(area.height)});
+    if (changed.width <= 0) return;
+    DirtyRects& dirty = serial < readSerial ? fDirty : fDirtyAfterRead;
+    if (fGrabber.unscaled()) dirty.Add({changed.x - read.x, changed.y - read.y, changed.width, changed.height});
+    else dirty = WholeFrame();
 }
 
 void X11DisplayStream::End(int64_t now) {
@@ -163,7 +196,7 @@ void X11DisplayStream::End(int64_t now) {
     fChannel->Post(FrameStatus::Stopped, uint64_t(now), {});
 }
 
-void X11DisplayStream::ReadEvents() {
+void X11DisplayStream::ReadEvents(unsigned long readSerial) {
     Display* display = fConnection->display();
     bool damaged = false;
     while (XPending(display) > 0) {
@@ -171,18 +204,15 @@ void X11DisplayStream::ReadEvents() {
         XNextEvent(display, &event);
         if (fDamageEventBase >= 0 && event.type == fDamageEventBase + XDamageNotify) {
             damaged = true;
-            const XRectangle& area = reinterpret_cast<const XDamageNotifyEvent&>(event).area;
-            if (Overlap(area, fGrabber.readLeft(), fGrabber.readTop(), fGrabber.readWidth(), fGrabber.readHeight()))
-                fChanged = true;
+            AddDamage(reinterpret_cast<const XDamageNotifyEvent&>(event).area, event.xany.serial, readSerial);
         } else if (fRandrEventBase >= 0 &&
                    (event.type == fRandrEventBase + RRScreenChangeNotify || event.type == fRandrEventBase + RRNotify)) {
             XRRUpdateConfiguration(&event);
             fArrangementChanged = true;
         }
     }
-    // Reported changes are cleared together, whether or not they touch the
-    // captured part: the report covers the bounding box of all damage since
-    // the last clearing, and a box left to grow would hide later changes.
+    // Every change is reported whatever the server keeps, but what it keeps
+    // grows with each one until cleared.
     if (damaged) XDamageSubtract(display, fDamage, None, None);
 }
 

@@ -23,8 +23,9 @@ namespace qcp::platform::x11 {
 //   notice, so the arrangement is also read once a second);
 // - DAMAGE reported a change in the captured part since the last frame: the
 //   part is read (see X11FrameGrabber) into a pooled surface and delivered
-//   Complete; when every pooled surface is still held the frame waits for the
-//   next refresh;
+//   Complete with the changed parts, told apart from later changes by the
+//   serial of the read; when every pooled surface is still held the frame
+//   waits for the next refresh;
 // - nothing changed: Idle, once per quiet spell.
 // The first refresh of every run delivers a frame. Once a second the part is
 // read even without a report, in case the server missed one (direct
@@ -55,7 +56,13 @@ private:
     // The capture thread's side.
     void Run();
     void Tick(int64_t now);
-    void ReadEvents();
+    // Reads what the server reported. Damage made before the request with
+    // serial `readSerial` goes to fDirty, later damage to fDirtyAfterRead.
+    void ReadEvents(unsigned long readSerial);
+    void AddDamage(const XRectangle& area, unsigned long serial, unsigned long readSerial);
+    // Posts `surface`, just read, unless nothing changed; false when it could not be posted.
+    bool Deliver(Surface& surface, int64_t now);
+    DirtyRects WholeFrame() const;
     void End(int64_t now); // ends the run unrequested
     enum class Aim { Gone, Moved, Same };
     Aim Reaim();
@@ -78,7 +85,11 @@ private:
     std::atomic<bool> fEnded{false}; // the monitor went away and ended the run
 
     // The capture thread's state, reset by Start before the thread runs.
-    bool fChanged = false; // DAMAGE reported a change in the read area, or it moved
+    // The parts of the frame changed since the last delivered one was read
+    // (the whole after a move); those changed after the read of the frame
+    // being delivered wait in fDirtyAfterRead.
+    DirtyRects fDirty;
+    DirtyRects fDirtyAfterRead;
     bool fArrangementChanged = false;
     bool fDelivered = false; // a frame went out this run
     bool fIdleSent = false;

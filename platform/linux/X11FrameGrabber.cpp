@@ -118,6 +118,7 @@ bool X11FrameGrabber::Grab(Surface& surface) {
         std::find_if(fPool.begin(), fPool.end(), [&](const Pooled& p) { return p.surface.get() == &surface; });
     if (pooled == fPool.end()) return false;
     SurfaceLock lock(surface);
+    fReadSerial = NextRequest(fDisplay);
     if (fResampler.Identity() && pooled->image) {
         if (fOpaque) {
             fOpaque->Copy(fReadLeft, fReadTop);

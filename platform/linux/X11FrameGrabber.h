@@ -56,6 +56,13 @@ public:
     // Reads the screen into `surface`, one of the pool's. False when the
     // server refused every way of reading it.
     bool Grab(Surface& surface);
+    // The serial of the first request of the last Grab that read the screen:
+    // events with a lower serial were made before the frame was read.
+    unsigned long readSerial() const { return fReadSerial; }
+    // Whether frames are the read area pixel for pixel, so that a change on
+    // the screen lies at the same place in the frame, offset by the area's
+    // top-left corner; otherwise frames are scaled or padded.
+    bool unscaled() const { return fResampler.Identity(); }
 
 private:
     struct Pooled {
@@ -80,6 +87,7 @@ private:
     };
     std::optional<Aimed> fAimed;
     int fReadLeft = 0, fReadTop = 0, fReadWidth = 0, fReadHeight = 0;
+    unsigned long fReadSerial = 0;
     // The read area's shared buffer, for frames that are not read in place.
     std::unique_ptr<ShmSurfaceMemory> fBufferMemory;
     std::unique_ptr<X11ShmImage> fBuffer;

@@ -58,7 +58,9 @@ void SimDisplayStream::Post(FrameStatus status, SurfaceRef surface) {
     const uint64_t displayTime = uint64_t(zTime::MicroNow());
     fConfig.queue->Async([gate = fGate, handler = fConfig.handler, status, displayTime, surface = std::move(surface)] {
         std::lock_guard lock(gate->mutex);
-        if (gate->open) handler(status, displayTime, surface.get());
+        // The simulated scene is painted whole, so a frame accounts for all of itself.
+        const DirtyRects dirty = surface ? DirtyRects::Whole(surface->width(), surface->height()) : DirtyRects{};
+        if (gate->open) handler(status, displayTime, surface.get(), dirty);
     });
 }
 

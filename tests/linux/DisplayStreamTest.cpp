@@ -1,6 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <X11/Xlib.h>
+
 #include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <random>
+#include <thread>
 
 #include "StreamRecorder.h"
 #include "TestDesktop.h"
@@ -67,11 +74,22 @@ TEST_F(DisplayStreamTest, DeliversTheScreenIdlesUntilSomethingChangesAndAnswersS
     EXPECT_EQ(frame.surface->height(), 1080u);
     EXPECT_EQ(frame.surface->pixelFormat(), kPixelFormatBGRA);
     EXPECT_EQ(FramePixel(frame, 1919, 1079).a, 255); // the screen's undefined byte made opaque
+    EXPECT_EQ(std::vector<Rect>(frame.dirty.begin(), frame.dirty.end()), (std::vector<Rect>{{0, 0, 1920, 1080}}));
 
     const int idle = recorder.WaitFor(size_t(first) + 1, FrameStatus::Idle);
     ASSERT_GE(idle, 0);
     desktop->Paint(window, 0x00FF00);
-    ASSERT_GE(WaitForPixels(size_t(idle) + 1, {{cx, cy, 0x00FF00}}), 0);
+    const int changed = WaitForPixels(size_t(idle) + 1, {{cx, cy, 0x00FF00}});
+    ASSERT_GE(changed, 0);
+    // It names the window as changed, and little else.
+    const DirtyRects dirty = recorder.Deliveries()[size_t(changed)].dirty;
+    double dirtyArea = 0;
+    for (const Rect& r : dirty) dirtyArea += r.width * r.height;
+    EXPECT_TRUE(std::any_of(dirty.begin(), dirty.end(), [&](const Rect& r) {
+        return r.x <= client.x && r.y <= client.y && client.x + client.width <= r.MaxX() &&
+               client.y + client.height <= r.MaxY();
+    }));
+    EXPECT_LE(dirtyArea, 2.0 * client.width * client.height);
     // The frame delivered before is untouched by the capture of the next one.
     EXPECT_EQ(FramePixel(frame, cx, cy), Opaque(0xFF0000));
 
@@ -103,4 +121,63 @@ TEST_F(DisplayStreamTest, ARegionPartlyOffTheScreenStillDeliversWithBlackBeyondT
     EXPECT_EQ(FramePixel(delivery, 99, 99), RootPixel(desktop->display(), 1919, 1079));
     EXPECT_EQ(FramePixel(delivery, 100, 50), Opaque(0x000000));
     EXPECT_EQ(FramePixel(delivery, 50, 100), Opaque(0x000000));
+}
+
+TEST_F(DisplayStreamTest, ACopyUpdatedOnlyWhereFramesSayTheyChangedStaysEqualToEveryFrame) {
+    // Small rectangles painted as fast as the server takes them, from a
+    // connection of their own, while frames are read: a change made just
+    // after a frame's read must be named by the next frame, not this one.
+    const Window canvas = desktop->Open({"Canvas"}, 0x000000, 0, 0, 1600, 900);
+    ASSERT_NE(canvas, None);
+    std::atomic<bool> painting = true;
+    std::thread painter([&, display = session->display()] {
+        Display* own = XOpenDisplay(display.c_str());
+        if (!own) return;
+        GC gc = XCreateGC(own, canvas, 0, nullptr);
+        std::mt19937 random(11);
+        for (int i = 0; painting; ++i) {
+            XSetForeground(own, gc, random() & 0xFFFFFF);
+            XFillRectangle(own, canvas, gc, int(random() % 1560), int(random() % 860), 8 + random() % 32,
+                           8 + random() % 32);
+            if (i % 64 == 0) XSync(own, False);
+        }
+        XFreeGC(own, gc);
+        XCloseDisplay(own);
+    });
+
+    std::mutex mutex;
+    std::vector<uint8_t> copy;
+    int frames = 0, partial = 0, differing = 0;
+    DisplayStreamConfig config;
+    config.displayID = platform->screens().list().at(0).displayID;
+    config.outputWidth = 1920;
+    config.outputHeight = 1080;
+    config.queue = &recorder.queue();
+    config.handler = [&](FrameStatus status, uint64_t, Surface* surface, const DirtyRects& dirty) {
+        if (status != FrameStatus::Complete) return;
+        SurfaceLock lock(*surface);
+        const uint8_t* pixels = surface->baseAddress();
+        const size_t stride = surface->bytesPerRow();
+        std::lock_guard guard(mutex);
+        copy.resize(stride * surface->height());
+        for (const Rect& r : dirty)
+            for (int y = int(r.y); y < int(r.MaxY()); ++y)
+                std::memcpy(copy.data() + size_t(y) * stride + size_t(r.x) * 4, pixels + size_t(y) * stride +
+                            size_t(r.x) * 4, size_t(r.width) * 4);
+        ++frames;
+        partial += dirty.size() != 1 || dirty.begin()->width * dirty.begin()->height < 1920.0 * 1080;
+        differing += std::memcmp(copy.data(), pixels, copy.size()) != 0;
+    };
+    stream = platform->createDisplayStream(std::move(config));
+    ASSERT_TRUE(stream && stream->Start());
+    const bool enough = TestDesktop::WaitUntil([&] {
+        std::lock_guard guard(mutex);
+        return frames >= 90;
+    });
+    painting = false;
+    painter.join();
+    stream.reset();
+    ASSERT_TRUE(enough);
+    EXPECT_GT(partial, frames / 2);
+    EXPECT_EQ(differing, 0) << "of " << frames << " frames";
 }

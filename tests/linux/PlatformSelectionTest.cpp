@@ -66,7 +66,7 @@ protected:
             config.displayID = 1;
             config.outputWidth = config.outputHeight = 16;
             config.queue = &queue;
-            config.handler = [](FrameStatus, uint64_t, Surface*) {};
+            config.handler = [](FrameStatus, uint64_t, Surface*, const DirtyRects&) {};
             EXPECT_FALSE(current->createDisplayStream(std::move(config)));
             EXPECT_FALSE(current->createDisplayLink(1, [](int64_t) {}));
         }

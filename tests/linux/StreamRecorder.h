@@ -15,14 +15,16 @@ public:
         qcp::platform::FrameStatus status;
         uint64_t displayTime = 0;
         qcp::platform::SurfaceRef surface; // Complete frames
+        qcp::platform::DirtyRects dirty;
         bool onQueue = false;              // the handler ran on the stream's queue
     };
 
     zQueue& queue() { return fQueue; }
 
     qcp::platform::FrameHandler Handler() {
-        return [this](qcp::platform::FrameStatus status, uint64_t time, qcp::platform::Surface* surface) {
-            Delivery delivery{status, time, qcp::platform::SurfaceRef::Retain(surface), fQueue.IsCurrent()};
+        return [this](qcp::platform::FrameStatus status, uint64_t time, qcp::platform::Surface* surface,
+                      const qcp::platform::DirtyRects& dirty) {
+            Delivery delivery{status, time, qcp::platform::SurfaceRef::Retain(surface), dirty, fQueue.IsCurrent()};
             std::lock_guard lock(fMutex);
             fDeliveries.push_back(std::move(delivery));
             fArrived.notify_all();

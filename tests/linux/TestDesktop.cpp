@@ -34,7 +34,23 @@ std::vector<unsigned long> ReadLongs(Display* display, Window window, const char
 TestDesktop::TestDesktop(const std::string& display) : fDisplay(XOpenDisplay(display.c_str())) {}
 
 TestDesktop::~TestDesktop() {
-    if (fDisplay) XCloseDisplay(fDisplay);
+    if (!fDisplay) return;
+    // The next test's client gets the same window ids: the window manager
+    // must be done with these first, or it takes a new window for the old
+    // one and gives it the old one's place.
+    // Only windows it manages: any other may be gone, and destroying it
+    // would be an error that ends the process.
+    const auto managed = [&] {
+        const std::vector<Window> stacking = Stacking();
+        std::vector<Window> windows;
+        for (const Window window : fOpened)
+            if (std::find(stacking.begin(), stacking.end(), window) != stacking.end()) windows.push_back(window);
+        return windows;
+    };
+    for (const Window window : managed()) XDestroyWindow(fDisplay, window);
+    XSync(fDisplay, False);
+    WaitUntil([&] { return managed().empty(); });
+    XCloseDisplay(fDisplay);
 }
 
 Window TestDesktop::Open(const Options& options, uint32_t rgb, int x, int y, int width, int height) {
@@ -64,6 +80,7 @@ Window TestDesktop::Open(const Options& options, uint32_t rgb, int x, int y, int
     XSetClassHint(fDisplay, window, &classHint);
     XMapWindow(fDisplay, window);
     XSync(fDisplay, False);
+    fOpened.push_back(window);
     // Framed, and settled: openbox announces the frame's extents before it
     // has finished placing the frame around the client.
     const bool framed = WaitUntil([&] {
@@ -88,6 +105,7 @@ void TestDesktop::Paint(Window window, uint32_t rgb) {
 }
 
 void TestDesktop::Close(Window window) {
+    fOpened.erase(std::remove(fOpened.begin(), fOpened.end(), window), fOpened.end());
     XDestroyWindow(fDisplay, window);
     XSync(fDisplay, False);
     WaitUntil([&] {

@@ -55,6 +55,7 @@ public:
 
 private:
     Display* fDisplay = nullptr;
+    std::vector<Window> fOpened; // destroyed when the desktop goes
 };
 
 // A suite with its own Xvfb and openbox, started once for the suite, and an

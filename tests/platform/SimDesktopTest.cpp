@@ -68,7 +68,7 @@ TEST(SimStamp, ReadsBackEveryBitAndIsFoundByIdentity) {
 }
 
 TEST_F(SimDesktopTest, AStreamDeliversChangesIdlesOnceOtherwiseAndAnswersStop) {
-    auto record = [this](FrameStatus status, uint64_t, Surface* surface) {
+    auto record = [this](FrameStatus status, uint64_t, Surface* surface, const DirtyRects&) {
         deliveries.emplace_back(status, surface ? ReadStamp(*surface) : std::nullopt);
     };
     auto stream = platform.createDisplayStream({kMain, 960, 540, kPixelFormatBGRA, {}, &queue, record});

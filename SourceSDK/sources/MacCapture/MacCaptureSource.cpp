@@ -135,8 +135,8 @@ bool MacCaptureSource::startStream() {
     config.pixelFormat = kPixelFormatBGRA;
     if (hasSourceRect) config.sourceRect = Rect{frame.x, frame.y, frame.width, frame.height};
     config.queue = fStreamQueue.get();
-    config.handler = [this](FrameStatus status, uint64_t time, Surface* surface) {
-        onStreamFrame(status, time, surface);
+    config.handler = [this](FrameStatus status, uint64_t time, Surface* surface, const DirtyRects& dirty) {
+        onStreamFrame(status, time, surface, dirty);
     };
     fStream = Current()->createDisplayStream(std::move(config));
     fRunning = fStream && fStream->Start();

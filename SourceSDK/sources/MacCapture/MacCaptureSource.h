@@ -96,7 +96,8 @@ public:
                                                               qcp::platform::SurfaceRef output);
 
 private:
-    void onStreamFrame(qcp::platform::FrameStatus status, uint64_t displayTime, qcp::platform::Surface* surface);
+    void onStreamFrame(qcp::platform::FrameStatus status, uint64_t displayTime, qcp::platform::Surface* surface,
+                       const qcp::platform::DirtyRects& dirty);
     void startRenderLoop(qcp::platform::Surface* first);
     void renderLoop();
     // Ends the render loop and waits for it. Called by the thread that
@@ -106,7 +107,8 @@ private:
     // when it drew nothing.
     std::optional<qcp::platform::Rect> render_cursor_to_current_surface(qcp::platform::Surface& target);
     // The render loop's pass: the composed surface for the latest frame. A
-    // surface that holds that frame already only has its cursor moved.
+    // surface that holds an earlier frame of the run takes only the parts
+    // that changed since and those under its cursor.
     qcp::platform::SurfaceRef composeLatestFrame(qcp::platform::SurfaceRef output);
     void send_surface_to_observers(qcp::platform::Surface* surface, uint64_t time);
     void send_no_video_feed_message();
@@ -148,11 +150,12 @@ private:
     zSignal fRenderWake; // cuts the loop's wait short when it is stopped
     qcp::platform::SurfaceRef fComposedSurface;
     // Under the render lock: the number of the latest frame among the
-    // stream's, and which one the composed surface holds with the pixels its
-    // cursor covers.
+    // stream's, which one the composed surface holds (0: none) with the
+    // pixels its cursor covers, and where the frames after it changed.
     uint64_t fLatestNumber = 0;
     uint64_t fComposedNumber = 0;
     std::optional<qcp::platform::Rect> fComposedCursor;
+    qcp::platform::DirtyRects fDirtySinceComposed;
 };
 
 } // namespace MC

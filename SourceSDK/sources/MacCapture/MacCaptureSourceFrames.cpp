@@ -12,18 +12,29 @@ namespace MC {
 
 using namespace qcp::platform;
 
-void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, Surface* surface) {
+namespace {
+bool SameGeometry(const Surface& a, const Surface& b) {
+    const SurfaceProperties &p = a.properties(), &q = b.properties();
+    return p.allocSize == q.allocSize && p.width == q.width && p.height == q.height && p.bytesPerRow == q.bytesPerRow &&
+           p.elementWidth == q.elementWidth && p.bytesPerElement == q.bytesPerElement &&
+           p.pixelFormat == q.pixelFormat;
+}
+} // namespace
+
+void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, Surface* surface,
+                                     const DirtyRects& dirty) {
     switch (status) {
     case FrameStatus::Complete:
-        if (!fShowCursor) {
-            send_surface_to_observers(surface, displayTime);
-        } else if (!fRenderQueue) {
-            startRenderLoop(surface);
-        } else {
+        if (fRenderQueue) {
+            // Also while the cursor is off: the loop's surface follows every
+            // frame's changes, or it would miss some when the cursor is back.
             zLocker lock(*fRenderLock);
             fLatestSurface = SurfaceRef::Retain(surface);
             ++fLatestNumber;
+            fDirtySinceComposed.Add(dirty);
         }
+        if (!fShowCursor) send_surface_to_observers(surface, displayTime);
+        else if (!fRenderQueue) startRenderLoop(surface);
         break;
     case FrameStatus::Stopped: {
         stopRenderLoop();
@@ -41,6 +52,8 @@ void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, S
 void MacCaptureSource::startRenderLoop(Surface* first) {
     fLatestSurface = SurfaceRef::Retain(first);
     ++fLatestNumber;
+    fComposedNumber = 0;
+    fDirtySinceComposed.Clear();
     fRenderLock = zCritical::Factory();
     fRenderStopping = false;
     fRenderWake.Reset();
@@ -78,27 +91,25 @@ void MacCaptureSource::renderLoop() {
 
 SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
     Surface* frame = fLatestSurface.get();
-    // The output composed from this very frame has its size.
-    if (output && frame && fComposedNumber == fLatestNumber) {
-        // Only the cursor moved: what it covered comes back from the frame.
-        if (fComposedCursor) Current()->compositor().copyArea(*frame, *output, *fComposedCursor);
+    if (output && frame && fComposedNumber != 0 && SameGeometry(*frame, *output)) {
+        // The output holds an earlier frame of this run: only what changed
+        // since, and what its cursor covered, comes anew from the latest.
+        Compositor& compositor = Current()->compositor();
+        if (fComposedCursor) compositor.copyArea(*frame, *output, *fComposedCursor);
+        for (const Rect& changed : fDirtySinceComposed) compositor.copyArea(*frame, *output, changed);
         fComposedCursor = render_cursor_to_current_surface(*output);
-        return output;
+    } else {
+        output = copy_iosurface_and_render_mouse(frame, std::move(output));
     }
-    output = copy_iosurface_and_render_mouse(frame, std::move(output));
     fComposedNumber = output ? fLatestNumber : 0;
+    fDirtySinceComposed.Clear();
     return output;
 }
 
 SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, SurfaceRef output) {
     if (!source || source->width() == 0 || source->height() == 0) return {};
-    const SurfaceProperties& wanted = source->properties();
-    const bool reusable = output && output->allocSize() == wanted.allocSize && output->width() == wanted.width &&
-                          output->height() == wanted.height && output->bytesPerRow() == wanted.bytesPerRow &&
-                          output->properties().elementWidth == wanted.elementWidth &&
-                          output->properties().bytesPerElement == wanted.bytesPerElement &&
-                          output->properties().pixelFormat == wanted.pixelFormat;
-    if (!reusable) output = SurfaceRef::Adopt(Current()->createSurface(wanted));
+    if (!output || !SameGeometry(*source, *output))
+        output = SurfaceRef::Adopt(Current()->createSurface(source->properties()));
     if (!output) return {};
     Current()->compositor().copySurface(*source, *output);
     fComposedCursor = render_cursor_to_current_surface(*output);
