@@ -205,7 +205,9 @@ TEST_P(SoundServerEndToEnd, APlayedToneArrivesInPacketsAndStillReachesTheSpeaker
     for (size_t i = 1; i < captured.size(); ++i)
         largestStep = std::max(largestStep, std::fabs(captured[i] - captured[i - 1]));
     EXPECT_LT(largestStep, 2 * M_PI * 440 / 48000 * DbfsToLevel(-12) * 1.2);
-    EXPECT_NEAR(Frequency(speakers, 48000), 440, 1) << "played through to the speakers";
+    // The real server may skip a period of it on a loaded machine (seen
+    // under AddressSanitizer); its pitch shows that it was played on.
+    EXPECT_NEAR(SteadyFrequency(speakers, 48000), 440, 1) << "played through to the speakers";
     EXPECT_GT(Peak(speakers), DbfsToLevel(-18));
     std::lock_guard lock(host.mutex);
     for (const uint32_t size : host.sizes) ASSERT_EQ(size, 7200u);
@@ -233,7 +235,7 @@ TEST_P(SoundServerEndToEnd, TheDefaultSinkChosenDuringCaptureGetsThePlayThrough)
     const int from = host.Packets();
     const std::vector<Float32> headphones = RecordMonitor("headphones", [&] { return host.Packets() >= from + 40; });
     QCP_RegisterAudioDataArrivedCallback(QCP_AUDIO_DEVICE_ID, nullptr, &HostAudio::Arrived, nullptr);
-    EXPECT_NEAR(Frequency(headphones, 48000), 660, 1);
+    EXPECT_NEAR(SteadyFrequency(headphones, 48000), 660, 1);
     EXPECT_GT(Peak(headphones), DbfsToLevel(-18));
 }
 

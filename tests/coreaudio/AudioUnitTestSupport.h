@@ -196,6 +196,20 @@ inline double Frequency(const std::vector<Float32>& samples, double rate) {
     return rate * double(crossings.size() - 1) / double(crossings.back() - crossings.front());
 }
 
+// A sine's frequency from the median period between its rising zero
+// crossings, each placed between its two samples: a dropout spoils only the
+// periods it falls in, where Frequency would count it against the whole span.
+inline double SteadyFrequency(const std::vector<Float32>& samples, double rate) {
+    std::vector<double> crossings, periods;
+    for (size_t i = 1; i < samples.size(); ++i)
+        if (samples[i - 1] < 0 && samples[i] >= 0)
+            crossings.push_back(double(i - 1) + samples[i - 1] / (samples[i - 1] - samples[i]));
+    for (size_t i = 1; i < crossings.size(); ++i) periods.push_back(crossings[i] - crossings[i - 1]);
+    if (periods.empty()) return 0;
+    std::nth_element(periods.begin(), periods.begin() + std::ptrdiff_t(periods.size() / 2), periods.end());
+    return rate / periods[periods.size() / 2];
+}
+
 // -12 dBFS as a sample value.
 inline double DbfsToLevel(double dbfs) { return std::pow(10.0, dbfs / 20); }
 
