@@ -199,7 +199,9 @@ void X11DisplayStream::End(int64_t now) {
 void X11DisplayStream::ReadEvents(unsigned long readSerial) {
     Display* display = fConnection->display();
     bool damaged = false;
-    while (XPending(display) > 0) {
+    // The socket is read once; asking it again after each event would cost
+    // a system call per change. Later events wait for the next reading.
+    for (int queued = XPending(display); queued > 0; queued = XEventsQueued(display, QueuedAlready)) {
         XEvent event;
         XNextEvent(display, &event);
         if (fDamageEventBase >= 0 && event.type == fDamageEventBase + XDamageNotify) {

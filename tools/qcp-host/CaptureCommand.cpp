@@ -3,6 +3,7 @@
 // host's video and audio callbacks in true time, and reports it.
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -11,7 +12,6 @@
 #include <fstream>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "AudioMux.h"
@@ -79,9 +79,11 @@ class Progress {
 public:
     Progress() : fTerminal(isatty(STDERR_FILENO) == 1) {}
 
-    void Tick(int tick, double elapsed, const std::optional<CaptureStats::Summary>& video, uint64_t dropped,
+    void Tick(double elapsed, const std::optional<CaptureStats::Summary>& video, uint64_t dropped,
               const AudioRecorder* audio) {
-        if (tick % (fTerminal ? 25 : 50) == 0) Show(elapsed, video, dropped, audio);
+        if (elapsed < fNextShow) return;
+        Show(elapsed, video, dropped, audio);
+        fNextShow = elapsed + (fTerminal ? 0.5 : 1.0);
     }
     void Show(double elapsed, const std::optional<CaptureStats::Summary>& video, uint64_t dropped,
               const AudioRecorder* audio) {
@@ -114,6 +116,7 @@ private:
 
     const bool fTerminal;
     bool fShown = false;
+    double fNextShow = 0;
 };
 
 // Refuses a capture whose display, region or window the plug-in does not
@@ -224,11 +227,15 @@ int CaptureCommand(PluginLibrary& plugin, const std::vector<std::string>& args) 
 
     Progress progress;
     double elapsed = 0;
-    for (int tick = 0; elapsed < options.seconds && !stop.received(); ++tick) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    // Woken often only to count frames; otherwise for the progress line, the
+    // end or a signal, so that the host costs the capture next to nothing.
+    const auto interval = std::chrono::milliseconds(options.frames ? 20 : 250);
+    while (elapsed < options.seconds && !stop.received()) {
+        const auto remaining = std::chrono::milliseconds(int64_t(std::ceil((options.seconds - elapsed) * 1000)));
+        stop.WaitFor(std::min(interval, remaining));
         elapsed = session.SecondsSince(CaptureStats::NowMicros());
         const std::optional<CaptureStats::Summary> now = videoNow();
-        progress.Tick(tick, elapsed, now, droppedFrames(), audio ? &*audio : nullptr);
+        progress.Tick(elapsed, now, droppedFrames(), audio ? &*audio : nullptr);
         if (now && options.frames && now->frames >= options.frames) break;
     }
     elapsed = session.SecondsSince(CaptureStats::NowMicros());

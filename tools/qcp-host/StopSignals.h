@@ -1,4 +1,5 @@
 #pragma once
+#include <chrono>
 
 namespace qcphost {
 
@@ -15,6 +16,9 @@ public:
 
     // The signal that asked to stop, or 0.
     int received() const;
+    // Waits until a signal comes (or came already) or `limit` passes; true
+    // when one came.
+    bool WaitFor(std::chrono::milliseconds limit) const;
     // "SIGINT" or "SIGTERM"; empty while none came.
     const char* name() const;
 };
