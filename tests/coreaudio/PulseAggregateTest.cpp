@@ -44,6 +44,13 @@ protected:
         return uids;
     }
 
+    static std::string Uids(const std::vector<AudioObjectID>& devices) {
+        std::string uids;
+        for (const AudioObjectID device : devices)
+            uids += ReadString(device, Address(kAudioDevicePropertyDeviceUID)) + " ";
+        return uids;
+    }
+
     PulseHarness fHarness{GetParam()};
     AudioObjectID fSpeakers = kAudioObjectUnknown;
 };
@@ -71,7 +78,13 @@ TEST_P(PulseAggregateTest, TidyingReplacesOneLeftByAnEarlierRunAndLeavesNone) {
     EXPECT_EQ(DeviceForUID(kCaptureAggregateUID), kAudioObjectUnknown);
     // A server's late answer about a module already unloaded can show for
     // a moment, until its removal is heard.
-    EXPECT_TRUE(WaitFor([&] { return ReadDevices() == std::vector<AudioObjectID>{fSpeakers}; }, 10s));
+    std::vector<AudioObjectID> devices;
+    EXPECT_TRUE(WaitFor(
+        [&] {
+            devices = ReadDevices();
+            return devices == std::vector<AudioObjectID>{fSpeakers};
+        },
+        10s)) << Uids(devices);
 }
 
 TEST_P(PulseAggregateTest, OnlyAggregatesAreDestroyedAndOnlySinksJoinThem) {

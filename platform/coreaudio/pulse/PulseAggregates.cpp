@@ -82,6 +82,24 @@ OSStatus PulseAudioSystem::AwaitAggregate(const std::string& name) {
         });
 }
 
+OSStatus PulseAudioSystem::AwaitSinkGone(const std::string& name) {
+    bool listed = true;
+    return AskUntil(
+        kAggregatePatienceMicros,
+        [&] {
+            listed = false;
+            return fConnection.Run([&](pa_context* context) {
+                return pa_context_get_sink_info_by_name(
+                    context, name.c_str(),
+                    [](pa_context*, const pa_sink_info* info, int eol, void* found) {
+                        if (eol == 0 && info) *static_cast<bool*>(found) = true;
+                    },
+                    &listed);
+            });
+        },
+        [&] { return !listed; });
+}
+
 OSStatus PulseAudioSystem::CreateAggregate(UInt32 qualifierSize, const void* qualifier, UInt32 size, void* data) {
     if (size != sizeof(AudioObjectID)) return kAudioHardwareBadPropertySizeError;
     const AggregateDescription description = DescriptionOf(qualifierSize, qualifier);
@@ -152,6 +170,9 @@ OSStatus PulseAudioSystem::SetSubDevices(const PulseRequest& request) {
         fDevices.Remake(device->id);
     }
     OSStatus status = UnloadModule(module);
+    // Loaded again while the old sink still holds the name, the new one
+    // would be named apart (".2") and the device lost.
+    if (status == kAudioHardwareNoError) status = AwaitSinkGone(description.uid);
     if (status == kAudioHardwareNoError)
         status = LoadModule("module-combine-sink", CombineSinkArguments(description, request.subDevices));
     // Heard whatever happened: remade (awaited whole), still there, or gone.

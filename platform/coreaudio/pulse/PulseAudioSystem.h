@@ -153,6 +153,9 @@ private:
     OSStatus HearSink(const std::string& name);
     // Hears the sink until it is told whole as a combine sink, for a while.
     OSStatus AwaitAggregate(const std::string& name);
+    // Asks until the server lists no sink of that name (a module's unloading
+    // is answered before it is done), for a while.
+    OSStatus AwaitSinkGone(const std::string& name);
 
     mutable std::mutex fMutex;
     PulseDevices fDevices;     // under fMutex
