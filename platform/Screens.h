@@ -38,7 +38,15 @@ struct ScreenInfo {
 class Screens {
 public:
     virtual ~Screens() = default;
-    virtual std::vector<ScreenInfo> list() const = 0;
+    // Fills `screens` with the list, reusing its elements and capacity: a
+    // caller that keeps the vector allocates nothing once it has held the
+    // list (the render loop's cursor pass does).
+    virtual void list(std::vector<ScreenInfo>& screens) const = 0;
+    std::vector<ScreenInfo> list() const {
+        std::vector<ScreenInfo> screens;
+        list(screens);
+        return screens;
+    }
 };
 
 } // namespace qcp::platform

@@ -36,7 +36,7 @@ Point X11Cursor::mouseLocation() const {
     unsigned int buttons = 0;
     // False when the pointer is on another X screen.
     if (!XQueryPointer(display, rootWindow, &root, &child, &x, &y, &windowX, &windowY, &buttons)) return {};
-    const X11Monitor main = X11Monitors::Main(display, X11Monitors::Read(display, rootWindow));
+    const X11Monitor main = X11Monitors::ReadMain(display, rootWindow);
     link->ReadEvents(); // what the answers brought along, so that nothing piles up
     if (!link->connection->usable()) return {};
     return {double(x - main.x), double((main.y + main.height) - y)};

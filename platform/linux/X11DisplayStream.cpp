@@ -220,7 +220,8 @@ void X11DisplayStream::ReadEvents(unsigned long readSerial) {
 
 X11DisplayStream::Aim X11DisplayStream::Reaim() {
     Display* display = fConnection->display();
-    for (const X11Monitor& monitor : X11Monitors::Read(display, fConnection->root())) {
+    X11Monitors::Read(display, fConnection->root(), fMonitors);
+    for (const X11Monitor& monitor : fMonitors) {
         if (monitor.displayID != fConfig.displayID) continue;
         XWindowAttributes root{};
         if (!XGetWindowAttributes(display, fConnection->root(), &root)) return Aim::Gone;

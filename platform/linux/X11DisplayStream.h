@@ -7,11 +7,13 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "DisplayStream.h"
 #include "FrameChannel.h"
 #include "X11Connection.h"
 #include "X11FrameGrabber.h"
+#include "X11Monitors.h"
 
 namespace qcp::platform::x11 {
 
@@ -96,6 +98,7 @@ private:
     int64_t fLastRead = 0;     // when the screen was last read
     int64_t fLastArranged = 0; // when the arrangement was last read
     SurfaceRef fLastFrame;     // the last frame delivered, kept unchanged
+    std::vector<X11Monitor> fMonitors; // reused by each look at the arrangement
 };
 
 } // namespace qcp::platform::x11

@@ -11,27 +11,52 @@ bool HaveMonitors(Display* display) {
            (major > 1 || (major == 1 && minor >= 5));
 }
 
+namespace {
+X11Monitor FromInfo(const XRRMonitorInfo& info) {
+    const RROutput output = info.noutput > 0 ? info.outputs[0] : None;
+    return {uint32_t(output != None ? output : info.name), output,      info.name,          info.x, info.y,
+            info.width,                                   info.height, info.primary != 0};
+}
+} // namespace
+
 std::vector<X11Monitor> Read(Display* display, Window root) {
     std::vector<X11Monitor> monitors;
+    Read(display, root, monitors);
+    return monitors;
+}
+
+void Read(Display* display, Window root, std::vector<X11Monitor>& monitors) {
+    monitors.clear();
     if (!HaveMonitors(display)) {
         XWindowAttributes attributes{};
-        if (!XGetWindowAttributes(display, root, &attributes)) return monitors;
+        if (!XGetWindowAttributes(display, root, &attributes)) return;
         monitors.push_back({uint32_t(root), None, None, 0, 0, attributes.width, attributes.height, true});
-        return monitors;
+        return;
     }
     int count = 0;
     XRRMonitorInfo* infos = XRRGetMonitors(display, root, True, &count);
-    if (!infos) return monitors;
-    monitors.reserve(size_t(count));
-    for (int i = 0; i < count; ++i) {
-        const XRRMonitorInfo& info = infos[i];
-        const RROutput output = info.noutput > 0 ? info.outputs[0] : None;
-        monitors.push_back({uint32_t(output != None ? output : info.name), output, info.name, info.x, info.y,
-                            info.width, info.height, info.primary != 0});
-    }
+    if (!infos) return;
+    for (int i = 0; i < count; ++i) monitors.push_back(FromInfo(infos[i]));
     XRRFreeMonitors(infos);
-    std::stable_partition(monitors.begin(), monitors.end(), [](const X11Monitor& m) { return m.primary; });
-    return monitors;
+    // The primary first, the others in their order (without the buffer a
+    // stable partition takes).
+    const auto primary = std::find_if(monitors.begin(), monitors.end(), [](const X11Monitor& m) { return m.primary; });
+    if (primary != monitors.end()) std::rotate(monitors.begin(), primary, primary + 1);
+}
+
+X11Monitor ReadMain(Display* display, Window root) {
+    if (!HaveMonitors(display)) {
+        XWindowAttributes attributes{};
+        if (!XGetWindowAttributes(display, root, &attributes)) return Main(display, {});
+        return {uint32_t(root), None, None, 0, 0, attributes.width, attributes.height, true};
+    }
+    int count = 0;
+    XRRMonitorInfo* infos = XRRGetMonitors(display, root, True, &count);
+    std::optional<X11Monitor> main;
+    for (int i = 0; i < count; ++i)
+        if (!main || (infos[i].primary && !main->primary)) main = FromInfo(infos[i]);
+    if (infos) XRRFreeMonitors(infos);
+    return main ? *main : Main(display, {});
 }
 
 X11Monitor Main(Display* display, const std::vector<X11Monitor>& monitors) {

@@ -35,6 +35,10 @@ bool HaveMonitors(Display* display);
 // The active monitors, the primary first, then in RandR's order. One round
 // trip. Empty when the server lists none.
 std::vector<X11Monitor> Read(Display* display, Window root);
+// The same into `monitors`, whose capacity is reused.
+void Read(Display* display, Window root, std::vector<X11Monitor>& monitors);
+// The main monitor as Main(display, Read(display, root)) finds it, without a list.
+X11Monitor ReadMain(Display* display, Window root);
 // The main monitor of a list (the first), or the whole root when there is none.
 X11Monitor Main(Display* display, const std::vector<X11Monitor>& monitors);
 // A monitor's frame in the macOS convention: global, origin at the main

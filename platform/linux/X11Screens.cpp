@@ -19,23 +19,26 @@ X11Screens::Link::Link(std::unique_ptr<X11Connection> made)
                        RROutputPropertyNotifyMask);
 }
 
-std::vector<ScreenInfo> X11Screens::list() const {
+void X11Screens::list(std::vector<ScreenInfo>& screens) const {
     std::lock_guard lock(fMutex);
     Link* link = fServer.Refresh(fLink, X11Server::Reconnect::IfLost);
-    if (!link) return {};
+    if (!link) return screens.clear();
     Display* display = link->connection->display();
     X11ErrorTrap trap(display);
-    const std::vector<X11Monitor> monitors = X11Monitors::Read(display, link->connection->root());
+    X11Monitors::Read(display, link->connection->root(), fMonitors);
     DropDetailsOnChange(*link);
-    std::vector<ScreenInfo> screens;
-    screens.reserve(monitors.size());
-    for (const X11Monitor& monitor : monitors) {
-        const OutputDetails& details = Details(*link, monitor);
-        screens.push_back({monitor.displayID, X11Monitors::GlobalFrame(monitor, monitors.front()), 1.0,
-                           details.productName, details.refreshRate});
+    if (!link->connection->usable()) return screens.clear(); // lost while reading
+    // Assigned into the elements kept, so that their names keep their memory.
+    screens.resize(fMonitors.size());
+    for (size_t i = 0; i < fMonitors.size(); ++i) {
+        const OutputDetails& details = Details(*link, fMonitors[i]);
+        ScreenInfo& screen = screens[i];
+        screen.displayID = fMonitors[i].displayID;
+        screen.frame = X11Monitors::GlobalFrame(fMonitors[i], fMonitors.front());
+        screen.backingScale = 1.0;
+        screen.productName = details.productName;
+        screen.refreshRate = details.refreshRate;
     }
-    if (!link->connection->usable()) return {}; // lost while reading
-    return screens;
 }
 
 std::optional<ScreenInfo> X11Screens::screen(uint32_t displayID) const {

@@ -30,7 +30,8 @@ class X11Screens final : public Screens {
 public:
     explicit X11Screens(X11Server& server) : fServer(server) {}
 
-    std::vector<ScreenInfo> list() const override;
+    using Screens::list;
+    void list(std::vector<ScreenInfo>& screens) const override;
     // The monitor a display id names now, none when it is not attached.
     std::optional<ScreenInfo> screen(uint32_t displayID) const;
 
@@ -57,6 +58,7 @@ private:
     X11Server& fServer;
     mutable std::mutex fMutex;
     mutable std::unique_ptr<Link> fLink;
+    mutable std::vector<X11Monitor> fMonitors; // reused from call to call
 };
 
 } // namespace qcp::platform::x11

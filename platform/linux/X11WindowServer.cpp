@@ -167,7 +167,7 @@ long X11WindowServer::CurrentDesktop() const {
 
 X11Monitor X11WindowServer::MainMonitor() const {
     Display* display = fLink->connection->display();
-    return X11Monitors::Main(display, X11Monitors::Read(display, fLink->connection->root()));
+    return X11Monitors::ReadMain(display, fLink->connection->root());
 }
 
 } // namespace qcp::platform::x11

@@ -35,7 +35,8 @@ public:
         return fUser.MakeOverlayView(input);
     }
 
-    std::vector<ScreenInfo> list() const override { return fWorld.Screens(); }
+    using Screens::list;
+    void list(std::vector<ScreenInfo>& screens) const override { screens = fWorld.Screens(); }
     std::vector<WindowInfo> windowList(bool onScreenOnly) const override { return fWorld.WindowList(onScreenOnly); }
     std::optional<WindowInfo> window(uint32_t number) const override { return fWorld.WindowEntry(number); }
     ImageRef windowImage(uint32_t number) const override { return fWorld.WindowImage(number); }

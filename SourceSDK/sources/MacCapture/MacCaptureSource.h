@@ -10,6 +10,7 @@
 #include "DisplayLink.h"
 #include "DisplayStream.h"
 #include "Image.h"
+#include "Screens.h"
 #include "Surface.h"
 #include "zColor.h"
 #include "zCritical.h"
@@ -156,6 +157,7 @@ private:
     uint64_t fComposedNumber = 0;
     std::optional<qcp::platform::Rect> fComposedCursor;
     qcp::platform::DirtyRects fDirtySinceComposed;
+    std::vector<qcp::platform::ScreenInfo> fCursorScreens; // the render loop's, reused
 };
 
 } // namespace MC

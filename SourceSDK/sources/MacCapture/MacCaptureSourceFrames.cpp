@@ -1,5 +1,6 @@
 // Display and region capture: the stream's frames, and the render loop that
 // draws the cursor into them sixty times a second.
+#include <algorithm>
 #include <cmath>
 
 #include "CursorGeometry.h"
@@ -117,12 +118,16 @@ SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, Su
 }
 
 std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& target) {
-    const std::optional<ScreenInfo> screen = screenFromDisplayID(fDisplayID);
-    const std::vector<ScreenInfo> screens = Current()->screens().list();
-    if (!screen || screens.empty()) return std::nullopt;
+    // One reading of the list gives the display's screen and the main one,
+    // into a vector kept from pass to pass: the pass allocates nothing.
+    Current()->screens().list(fCursorScreens);
+    const unsigned int displayID = fDisplayID;
+    const auto screen = std::find_if(fCursorScreens.begin(), fCursorScreens.end(),
+                                     [&](const ScreenInfo& s) { return s.displayID == displayID; });
+    if (screen == fCursorScreens.end()) return std::nullopt;
     const CursorImage cursor = Current()->cursor().currentCursor();
     if (!cursor.image) return std::nullopt;
-    const Rect where = CursorGeometry::ForDisplay(screen->frame, screens[0].frame, getCaptureFrame(),
+    const Rect where = CursorGeometry::ForDisplay(screen->frame, fCursorScreens[0].frame, getCaptureFrame(),
                                                   Current()->cursor().mouseLocation(),
                                                   {cursor.width, cursor.height, cursor.hotSpot});
     // Points against pixels, unscaled, as the geometry intends.
