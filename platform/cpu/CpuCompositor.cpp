@@ -74,6 +74,10 @@ void CpuCompositor::drawImage(Surface& target, const Image& image, const Rect& w
         for (int y = y0; y < y1; ++y) {
             const uint8_t* in = image.row(uint32_t(y - top)) + size_t(x0 - left) * 4;
             uint8_t* out = target.baseAddress() + size_t(y) * target.bytesPerRow() + size_t(x0) * 4;
+            if (image.opaque()) {
+                std::memcpy(out, in, size_t(x1 - x0) * 4); // source-over of opaque pixels replaces
+                continue;
+            }
             for (int x = x0; x < x1; ++x, in += 4, out += 4) Over(in, out);
         }
         return;

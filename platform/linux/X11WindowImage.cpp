@@ -19,8 +19,14 @@ X11WindowImage::Area X11WindowImage::Area::Intersect(const Area& other) const {
     return {left, top, std::max(0, right - left), std::max(0, bottom - top)};
 }
 
-// Reads an area of a drawable; null when the server refuses.
-ImageRef X11WindowImage::Read(Drawable drawable, const Area& area, bool opaque) const {
+namespace {
+// As many pictures as a source, the window server's cache and a reader in
+// between hold, for a couple of windows.
+constexpr size_t kPoolSize = 6;
+} // namespace
+
+ImageRef X11WindowImage::Read(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth) {
+    if (ImageRef shared = ReadShared(drawable, area, opaque, visual, depth)) return shared;
     X11ErrorTrap trap(fDisplay);
     XImage* image =
         XGetImage(fDisplay, drawable, area.x, area.y, unsigned(area.width), unsigned(area.height), AllPlanes, ZPixmap);
@@ -30,7 +36,55 @@ ImageRef X11WindowImage::Read(Drawable drawable, const Area& area, bool opaque) 
     return converted;
 }
 
-X11WindowImage::X11WindowImage(Display* display) : fDisplay(display), fRoot(DefaultRootWindow(display)) {
+ImageRef X11WindowImage::ReadShared(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth) {
+    if (!fShm) return nullptr;
+    SharedRead& shared = fShared;
+    if (!shared.image || shared.width != area.width || shared.height != area.height || shared.depth != depth ||
+        shared.visual != visual) {
+        shared.image.reset(); // detached before its memory goes
+        shared.memory = ShmSurfaceMemory::Create(size_t(area.width) * 4 * size_t(area.height));
+        if (!shared.memory) return nullptr;
+        shared.image = X11ShmImage::Attach(fConnection, shared.memory->shmid(), shared.memory->data(),
+                                           uint32_t(area.width), uint32_t(area.height), visual, unsigned(depth));
+        if (!shared.image) return nullptr;
+        shared.width = area.width;
+        shared.height = area.height;
+        shared.depth = depth;
+        shared.visual = visual;
+    }
+    if (!shared.image->Read(drawable, area.x, area.y)) return nullptr;
+    const uint32_t width = uint32_t(area.width), height = uint32_t(area.height);
+    const std::shared_ptr<Image> image = FreeImage(width, height, opaque);
+    const uint32_t alpha = opaque ? 0xFF000000u : 0;
+    for (uint32_t y = 0; y < height; ++y) {
+        uint32_t* out = reinterpret_cast<uint32_t*>(image->pixelsForReuse() + size_t(y) * image->bytesPerRow());
+        const auto* in = reinterpret_cast<const uint32_t*>(shared.image->data() + size_t(y) * shared.image->bytesPerRow());
+        for (uint32_t x = 0; x < width; ++x) out[x] = in[x] | alpha;
+    }
+    return image;
+}
+
+std::shared_ptr<Image> X11WindowImage::FreeImage(uint32_t width, uint32_t height, bool opaque) {
+    for (const std::shared_ptr<Image>& pooled : fPool)
+        if (pooled.use_count() == 1 && pooled->width() == width && pooled->height() == height &&
+            pooled->opaque() == opaque)
+            return pooled;
+    auto made = std::make_shared<Image>(width, height, width * 4, std::vector<uint8_t>(size_t(width) * 4 * height),
+                                        opaque);
+    // A full pool gives way to the newest size: its free pictures go first.
+    if (fPool.size() == kPoolSize) {
+        const auto free = std::find_if(fPool.begin(), fPool.end(), [](const auto& p) { return p.use_count() == 1; });
+        if (free == fPool.end()) return made;
+        fPool.erase(free);
+    }
+    fPool.push_back(made);
+    return made;
+}
+
+X11WindowImage::X11WindowImage(const X11Connection& connection)
+    : fConnection(connection), fDisplay(connection.display()), fRoot(DefaultRootWindow(fDisplay)),
+      fShm(X11ShmImage::Available(fDisplay)) {
+    Display* display = fDisplay;
     int eventBase = 0, errorBase = 0, major = 0, minor = 0;
     // Naming a window's pixmap came with version 0.2.
     fComposite = XCompositeQueryExtension(display, &eventBase, &errorBase) &&
@@ -60,7 +114,7 @@ ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int hei
         const Pixmap pixmap = XCompositeNameWindowPixmap(fDisplay, frame);
         ImageRef image;
         if (trap.Sync() == Success) {
-            image = Read(pixmap, read, opaque);
+            image = Read(pixmap, read, opaque, attributes.visual, attributes.depth);
             XFreePixmap(fDisplay, pixmap);
         }
         redirected.read = read;
@@ -70,7 +124,7 @@ ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int hei
     XWindowAttributes root{};
     if (!XGetWindowAttributes(fDisplay, fRoot, &root)) return nullptr;
     const Area onScreen = wanted.Intersect({0, 0, root.width, root.height});
-    return onScreen.Empty() ? nullptr : Read(fRoot, onScreen, true);
+    return onScreen.Empty() ? nullptr : Read(fRoot, onScreen, true, nullptr, 0);
 }
 
 Window X11WindowImage::FrameOf(Window client) const {
@@ -133,7 +187,7 @@ ImageRef X11WindowImage::ToImage(const XImage& image, bool opaque) {
         std::memcpy(pixels.data() + size_t(row) * width * 4, image.data + size_t(row) * size_t(image.bytes_per_line),
                     size_t(width) * 4);
     if (opaque) FrameResampler::MakeOpaque(pixels.data(), size_t(width) * 4, width, height);
-    return std::make_shared<const Image>(width, height, width * 4, std::move(pixels));
+    return std::make_shared<const Image>(width, height, width * 4, std::move(pixels), opaque);
 }
 
 } // namespace qcp::platform::x11

@@ -2,9 +2,14 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/Xdamage.h>
 
+#include <memory>
 #include <unordered_map>
+#include <vector>
 
 #include "Image.h"
+#include "ShmSurfaceMemory.h"
+#include "X11Connection.h"
+#include "X11ShmImage.h"
 
 namespace qcp::platform::x11 {
 
@@ -17,12 +22,16 @@ namespace qcp::platform::x11 {
 // server undoes it when the frame is destroyed. With DAMAGE, a redirected
 // frame that has not changed since its last picture gives that picture again
 // instead of being read anew. Without Composite, or when the server refuses,
-// the window's area of the screen is read instead.
+// the window's area of the screen is read instead. With MIT-SHM the server
+// writes the pixels into a segment kept from read to read, and they are
+// copied, made opaque on the way, into a picture from a small pool: one that
+// no one holds any more is written again, so a window read at every refresh
+// allocates nothing once warm.
 //
 // Used on the window server's connection, under its mutex and a trap.
 class X11WindowImage {
 public:
-    explicit X11WindowImage(Display* display);
+    explicit X11WindowImage(const X11Connection& connection);
 
     // The client's frame cropped to `bounds` (root pixels: the client and its
     // decorations), or what the screen shows there; null when it cannot be
@@ -58,13 +67,29 @@ private:
         ImageRef image;
     };
     Redirected& Redirect(Window frame);
-    ImageRef Read(Drawable drawable, const Area& area, bool opaque) const;
+    // An area of a drawable of that visual and depth; null when the server refuses.
+    ImageRef Read(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth);
+    ImageRef ReadShared(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth);
+    // A picture of that size nobody else holds, from the pool when it has one.
+    std::shared_ptr<Image> FreeImage(uint32_t width, uint32_t height, bool opaque);
 
+    // The segment shared reads go to, made again for another size or depth.
+    struct SharedRead {
+        std::unique_ptr<ShmSurfaceMemory> memory; // outlives the image attached to it
+        std::unique_ptr<X11ShmImage> image;
+        int width = 0, height = 0, depth = 0;
+        Visual* visual = nullptr;
+    };
+
+    const X11Connection& fConnection;
     Display* const fDisplay;
     const Window fRoot;
     bool fComposite = false;
     int fDamageEventBase = -1;
     std::unordered_map<Window, Redirected> fRedirected;
+    const bool fShm;
+    SharedRead fShared;
+    std::vector<std::shared_ptr<Image>> fPool;
 };
 
 } // namespace qcp::platform::x11

@@ -53,7 +53,7 @@ private:
     // What belongs to one connection.
     struct Link {
         explicit Link(std::unique_ptr<X11Connection> made)
-            : connection(std::move(made)), atoms(connection->display()), images(connection->display()) {}
+            : connection(std::move(made)), atoms(connection->display()), images(*connection) {}
         const std::unique_ptr<X11Connection> connection;
         const X11Atoms atoms;
         X11WindowImage images;

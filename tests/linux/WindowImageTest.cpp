@@ -55,3 +55,31 @@ TEST_F(WindowImageTest, AnUnchangedWindowGivesItsLastPictureAgainAndAChangedOneI
     EXPECT_NE(changed, first);
     EXPECT_EQ(centre(first), Opaque(0x00FF00)) << "a picture handed out never changes";
 }
+
+TEST_F(WindowImageTest, APictureNoOneHoldsAnyMoreIsWrittenAgainWithTheNextChange) {
+    const Window window = desktop->Open({"Repainted"}, 0xFF0000, 100, 100, 400, 300);
+    ASSERT_NE(window, None);
+    const TestDesktop::Area frame = desktop->FrameArea(window), client = desktop->ClientArea(window);
+    const uint32_t id = uint32_t(window);
+    // Reads until the picture shows `rgb`, and lets it go.
+    const auto readShowing = [&](uint32_t rgb) {
+        std::weak_ptr<const Image> seen;
+        TestDesktop::WaitUntil([&] {
+            const ImageRef image = platform->windowServer().windowImage(id);
+            seen = image;
+            return image && PixelAt(image->pixels(), image->bytesPerRow(), client.x - frame.x + 200,
+                                    client.y - frame.y + 150) == Opaque(rgb);
+        });
+        return seen;
+    };
+    const std::weak_ptr<const Image> red = readShowing(0xFF0000);
+    desktop->Paint(window, 0x00FF00);
+    const std::weak_ptr<const Image> green = readShowing(0x00FF00);
+    desktop->Paint(window, 0x0000FF);
+    const ImageRef blue = readShowing(0x0000FF).lock();
+    ASSERT_TRUE(blue);
+    // The window server keeps the latest; the one before it was free to be
+    // written again, and was: nothing new was made for the third picture.
+    EXPECT_NE(green.lock(), red.lock());
+    EXPECT_EQ(red.lock(), blue);
+}
