@@ -158,6 +158,7 @@ private:
     std::optional<qcp::platform::Rect> fComposedCursor;
     qcp::platform::DirtyRects fDirtySinceComposed;
     std::vector<qcp::platform::ScreenInfo> fCursorScreens; // the render loop's, reused
+    std::vector<qcp::platform::ScreenInfo> fWindowScreens; // the display link's, reused
 };
 
 } // namespace MC

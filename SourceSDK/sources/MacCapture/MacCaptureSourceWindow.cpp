@@ -1,6 +1,8 @@
 // Window capture: on every refresh of the display, the window is looked up by
 // number, imaged alone, copied into the reused surface and, when asked, the
 // cursor is drawn over it with the window's own geometry.
+#include <algorithm>
+
 #include "CursorGeometry.h"
 #include "MacCaptureDisplayUtils.h"
 #include "MacCaptureObserver.h"
@@ -44,7 +46,10 @@ void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
 void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {
     Platform& platform = *Current();
     const std::optional<WindowInfo> entry = platform.windowServer().window(windowID);
-    const std::vector<ScreenInfo> screens = platform.screens().list();
+    // One reading of the screen list, into a vector kept from frame to frame,
+    // serves every question below.
+    std::vector<ScreenInfo>& screens = fWindowScreens;
+    platform.screens().list(screens);
     if (!entry || screens.empty() || entry->bounds.width <= 0) return;
     // Only while the mouse is on the screen that shows the window.
     const Point mouse = platform.cursor().mouseLocation();
@@ -54,9 +59,11 @@ void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {
             mouseScreen = &screen;
             break;
         }
-    const MacCaptureDisplay* display = MacCaptureWindowManager::displayForRect(entry->bounds, nullptr);
-    const std::optional<ScreenInfo> windowScreen = display ? screenFromDisplayID(display->displayID) : std::nullopt;
-    if (!mouseScreen || !windowScreen || windowScreen->displayID != mouseScreen->displayID) return;
+    const MacCaptureDisplay* display = MacCaptureWindowManager::displayForRect(entry->bounds, nullptr, screens);
+    const bool windowScreenListed =
+        display && std::any_of(screens.begin(), screens.end(),
+                               [&](const ScreenInfo& screen) { return screen.displayID == display->displayID; });
+    if (!mouseScreen || !windowScreenListed || display->displayID != mouseScreen->displayID) return;
 
     const CursorImage cursor = platform.cursor().currentCursor();
     if (!cursor.image) return;
