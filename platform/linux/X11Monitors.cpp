@@ -17,6 +17,13 @@ X11Monitor FromInfo(const XRRMonitorInfo& info) {
     return {uint32_t(output != None ? output : info.name), output,      info.name,          info.x, info.y,
             info.width,                                   info.height, info.primary != 0};
 }
+
+// Without RandR monitors: the root window as the one monitor, if it can be read.
+std::optional<X11Monitor> WholeRoot(Display* display, Window root) {
+    XWindowAttributes attributes{};
+    if (!XGetWindowAttributes(display, root, &attributes)) return std::nullopt;
+    return X11Monitor{uint32_t(root), None, None, 0, 0, attributes.width, attributes.height, true};
+}
 } // namespace
 
 std::vector<X11Monitor> Read(Display* display, Window root) {
@@ -28,9 +35,7 @@ std::vector<X11Monitor> Read(Display* display, Window root) {
 void Read(Display* display, Window root, std::vector<X11Monitor>& monitors) {
     monitors.clear();
     if (!HaveMonitors(display)) {
-        XWindowAttributes attributes{};
-        if (!XGetWindowAttributes(display, root, &attributes)) return;
-        monitors.push_back({uint32_t(root), None, None, 0, 0, attributes.width, attributes.height, true});
+        if (const std::optional<X11Monitor> whole = WholeRoot(display, root)) monitors.push_back(*whole);
         return;
     }
     int count = 0;
@@ -45,17 +50,16 @@ void Read(Display* display, Window root, std::vector<X11Monitor>& monitors) {
 }
 
 X11Monitor ReadMain(Display* display, Window root) {
-    if (!HaveMonitors(display)) {
-        XWindowAttributes attributes{};
-        if (!XGetWindowAttributes(display, root, &attributes)) return Main(display, {});
-        return {uint32_t(root), None, None, 0, 0, attributes.width, attributes.height, true};
-    }
-    int count = 0;
-    XRRMonitorInfo* infos = XRRGetMonitors(display, root, True, &count);
     std::optional<X11Monitor> main;
-    for (int i = 0; i < count; ++i)
-        if (!main || (infos[i].primary && !main->primary)) main = FromInfo(infos[i]);
-    if (infos) XRRFreeMonitors(infos);
+    if (!HaveMonitors(display)) {
+        main = WholeRoot(display, root);
+    } else {
+        int count = 0;
+        XRRMonitorInfo* infos = XRRGetMonitors(display, root, True, &count);
+        for (int i = 0; i < count; ++i)
+            if (!main || (infos[i].primary && !main->primary)) main = FromInfo(infos[i]);
+        if (infos) XRRFreeMonitors(infos);
+    }
     return main ? *main : Main(display, {});
 }
 

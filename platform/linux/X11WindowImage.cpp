@@ -5,10 +5,8 @@
 #include <X11/extensions/Xdamage.h>
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
 
-#include "FrameResampler.h"
 #include "X11ErrorTrap.h"
 
 namespace qcp::platform::x11 {
@@ -26,39 +24,46 @@ constexpr size_t kPoolSize = 6;
 } // namespace
 
 ImageRef X11WindowImage::Read(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth) {
-    if (ImageRef shared = ReadShared(drawable, area, opaque, visual, depth)) return shared;
+    if (SharedSegment(area, visual, depth) && fShared.image->Read(drawable, area.x, area.y))
+        return Picture(fShared.image->data(), fShared.image->bytesPerRow(), area, opaque);
     X11ErrorTrap trap(fDisplay);
     XImage* image =
         XGetImage(fDisplay, drawable, area.x, area.y, unsigned(area.width), unsigned(area.height), AllPlanes, ZPixmap);
     if (!image) return nullptr;
-    ImageRef converted = trap.Sync() == Success ? ToImage(*image, opaque) : nullptr;
+    ImageRef picture;
+    if (trap.Sync() == Success && image->bits_per_pixel == 32)
+        picture = Picture(reinterpret_cast<const uint8_t*>(image->data), size_t(image->bytes_per_line), area, opaque);
     XDestroyImage(image);
-    return converted;
+    return picture;
 }
 
-ImageRef X11WindowImage::ReadShared(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth) {
-    if (!fShm) return nullptr;
+bool X11WindowImage::SharedSegment(const Area& area, Visual* visual, int depth) {
+    if (!fShm) return false;
     SharedRead& shared = fShared;
-    if (!shared.image || shared.width != area.width || shared.height != area.height || shared.depth != depth ||
-        shared.visual != visual) {
-        shared.image.reset(); // detached before its memory goes
-        shared.memory = ShmSurfaceMemory::Create(size_t(area.width) * 4 * size_t(area.height));
-        if (!shared.memory) return nullptr;
-        shared.image = X11ShmImage::Attach(fConnection, shared.memory->shmid(), shared.memory->data(),
-                                           uint32_t(area.width), uint32_t(area.height), visual, unsigned(depth));
-        if (!shared.image) return nullptr;
-        shared.width = area.width;
-        shared.height = area.height;
-        shared.depth = depth;
-        shared.visual = visual;
-    }
-    if (!shared.image->Read(drawable, area.x, area.y)) return nullptr;
+    if (shared.image && shared.width == area.width && shared.height == area.height && shared.depth == depth &&
+        shared.visual == visual)
+        return true;
+    shared.image.reset(); // detached before its memory goes
+    shared.memory = ShmSurfaceMemory::Create(size_t(area.width) * 4 * size_t(area.height));
+    if (!shared.memory) return false;
+    shared.image = X11ShmImage::Attach(fConnection, shared.memory->shmid(), shared.memory->data(),
+                                       uint32_t(area.width), uint32_t(area.height), visual, unsigned(depth));
+    if (!shared.image) return false;
+    shared.width = area.width;
+    shared.height = area.height;
+    shared.depth = depth;
+    shared.visual = visual;
+    return true;
+}
+
+ImageRef X11WindowImage::Picture(const uint8_t* pixels, size_t stride, const Area& area, bool opaque) {
     const uint32_t width = uint32_t(area.width), height = uint32_t(area.height);
     const std::shared_ptr<Image> image = FreeImage(width, height, opaque);
+    // Copied and, without an alpha channel, made opaque in the one pass.
     const uint32_t alpha = opaque ? 0xFF000000u : 0;
     for (uint32_t y = 0; y < height; ++y) {
         uint32_t* out = reinterpret_cast<uint32_t*>(image->pixelsForReuse() + size_t(y) * image->bytesPerRow());
-        const auto* in = reinterpret_cast<const uint32_t*>(shared.image->data() + size_t(y) * shared.image->bytesPerRow());
+        const auto* in = reinterpret_cast<const uint32_t*>(pixels + size_t(y) * stride);
         for (uint32_t x = 0; x < width; ++x) out[x] = in[x] | alpha;
     }
     return image;
@@ -177,17 +182,6 @@ void X11WindowImage::ReadEvents() {
             XDamageSubtract(fDisplay, found->second.damage, None, None);
         }
     }
-}
-
-ImageRef X11WindowImage::ToImage(const XImage& image, bool opaque) {
-    if (image.bits_per_pixel != 32 || image.width <= 0 || image.height <= 0) return nullptr;
-    const uint32_t width = uint32_t(image.width), height = uint32_t(image.height);
-    std::vector<uint8_t> pixels(size_t(width) * 4 * height);
-    for (uint32_t row = 0; row < height; ++row)
-        std::memcpy(pixels.data() + size_t(row) * width * 4, image.data + size_t(row) * size_t(image.bytes_per_line),
-                    size_t(width) * 4);
-    if (opaque) FrameResampler::MakeOpaque(pixels.data(), size_t(width) * 4, width, height);
-    return std::make_shared<const Image>(width, height, width * 4, std::move(pixels), opaque);
 }
 
 } // namespace qcp::platform::x11

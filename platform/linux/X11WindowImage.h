@@ -43,10 +43,6 @@ public:
     // nothing piles up.
     void ReadEvents();
 
-    // A 32-bit ZPixmap XImage as an Image; the alpha byte made opaque unless
-    // the window has an alpha channel. Null for other formats.
-    static ImageRef ToImage(const XImage& image, bool opaque);
-
 private:
     // The root's child that holds `client` (the client itself without a
     // reparenting window manager); None when the client is gone.
@@ -67,9 +63,13 @@ private:
         ImageRef image;
     };
     Redirected& Redirect(Window frame);
-    // An area of a drawable of that visual and depth; null when the server refuses.
+    // An area of a drawable of that visual and depth, over MIT-SHM when it
+    // can; null when the server refuses.
     ImageRef Read(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth);
-    ImageRef ReadShared(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth);
+    // Whether fShared is a segment the server has attached for such an area.
+    bool SharedSegment(const Area& area, Visual* visual, int depth);
+    // Pixels of the area's size as a picture from the pool.
+    ImageRef Picture(const uint8_t* pixels, size_t stride, const Area& area, bool opaque);
     // A picture of that size nobody else holds, from the pool when it has one.
     std::shared_ptr<Image> FreeImage(uint32_t width, uint32_t height, bool opaque);
 

@@ -5,11 +5,11 @@
 #include "LinuxPluginTest.h"
 
 #include <atomic>
-#include <random>
+#include <optional>
 #include <string>
-#include <thread>
 
 #include "AllocationCounter.h"
+#include "RectanglePainter.h"
 
 namespace {
 
@@ -27,33 +27,14 @@ protected:
         if (IsSkipped() || HasFatalFailure()) return;
         window = desktop->Open({"Painted"}, 0x203040, 300, 200, 640, 360);
         ASSERT_NE(window, None);
-        painter = std::thread([this, display = session->display()] { Paint(display); });
+        // About a thousand rectangles a second; the pointer moves over them now and then.
+        painter.emplace(session->display(), window, 640, 360,
+                        RectanglePainter::Options{16, std::chrono::milliseconds(16), true});
     }
     void TearDown() override {
-        painting = false;
-        if (painter.joinable()) painter.join();
+        painter.reset();
         QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, kSource);
         LinuxPluginTest::TearDown();
-    }
-
-    // Small rectangles into the window, about a thousand a second, from a
-    // connection of its own; the pointer moves over it now and then.
-    void Paint(const std::string& display) {
-        Display* own = XOpenDisplay(display.c_str());
-        if (!own) return;
-        GC gc = XCreateGC(own, window, 0, nullptr);
-        std::mt19937 random(5);
-        for (int i = 0; painting; ++i) {
-            XSetForeground(own, gc, random() & 0xFFFFFF);
-            XFillRectangle(own, window, gc, int(random() % 600), int(random() % 320), 40, 40);
-            if (i % 16 == 0) {
-                XWarpPointer(own, None, window, 0, 0, 0, 0, int(random() % 640), int(random() % 360));
-                XSync(own, False);
-                std::this_thread::sleep_for(std::chrono::milliseconds(16));
-            }
-        }
-        XFreeGC(own, gc);
-        XCloseDisplay(own);
     }
 
     bool Capture(const std::string& settings) {
@@ -73,8 +54,7 @@ protected:
     }
 
     Window window = None;
-    std::atomic<bool> painting = true;
-    std::thread painter;
+    std::optional<RectanglePainter> painter;
 };
 
 std::string DisplaySettings(bool cursor) {

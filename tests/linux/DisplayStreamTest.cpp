@@ -3,12 +3,11 @@
 #include <X11/Xlib.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 #include <mutex>
-#include <random>
-#include <thread>
+#include <optional>
 
+#include "RectanglePainter.h"
 #include "StreamRecorder.h"
 #include "TestDesktop.h"
 
@@ -134,24 +133,8 @@ TEST_F(DisplayStreamTest, ACopyUpdatedOnlyWhereFramesSayTheyChangedStaysEqualToE
     constexpr int kWidth = 800, kHeight = 600;
     const Window canvas = desktop->Open({"Canvas"}, 0x000000, 0, 0, kWidth, kHeight);
     ASSERT_NE(canvas, None);
-    std::atomic<bool> painting = true;
-    std::thread painter([&, display = session->display()] {
-        Display* own = XOpenDisplay(display.c_str());
-        if (!own) return;
-        GC gc = XCreateGC(own, canvas, 0, nullptr);
-        std::mt19937 random(11);
-        for (int i = 0; painting; ++i) {
-            XSetForeground(own, gc, random() & 0xFFFFFF);
-            XFillRectangle(own, canvas, gc, int(random() % (kWidth - 40)), int(random() % (kHeight - 40)),
-                           8 + random() % 32, 8 + random() % 32);
-            if (i % 8 == 0) {
-                XSync(own, False);
-                std::this_thread::sleep_for(std::chrono::milliseconds(2));
-            }
-        }
-        XFreeGC(own, gc);
-        XCloseDisplay(own);
-    });
+    std::optional<RectanglePainter> painter(std::in_place, session->display(), canvas, kWidth, kHeight,
+                                            RectanglePainter::Options{});
 
     std::mutex mutex;
     std::vector<uint8_t> copy;
@@ -185,8 +168,7 @@ TEST_F(DisplayStreamTest, ACopyUpdatedOnlyWhereFramesSayTheyChangedStaysEqualToE
             return frames >= 60;
         },
         std::chrono::seconds(30));
-    painting = false;
-    painter.join();
+    painter.reset();
     stream.reset();
     ASSERT_TRUE(enough) << frames << " frames";
     EXPECT_GT(partial, frames / 2);

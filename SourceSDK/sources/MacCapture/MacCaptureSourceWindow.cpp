@@ -1,8 +1,6 @@
 // Window capture: on every refresh of the display, the window is looked up by
 // number, imaged alone, copied into the reused surface and, when asked, the
 // cursor is drawn over it with the window's own geometry.
-#include <algorithm>
-
 #include "CursorGeometry.h"
 #include "MacCaptureDisplayUtils.h"
 #include "MacCaptureObserver.h"
@@ -59,11 +57,9 @@ void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {
             mouseScreen = &screen;
             break;
         }
+    // The window's display is the mouse's screen, which is in the list.
     const MacCaptureDisplay* display = MacCaptureWindowManager::displayForRect(entry->bounds, nullptr, screens);
-    const bool windowScreenListed =
-        display && std::any_of(screens.begin(), screens.end(),
-                               [&](const ScreenInfo& screen) { return screen.displayID == display->displayID; });
-    if (!mouseScreen || !windowScreenListed || display->displayID != mouseScreen->displayID) return;
+    if (!mouseScreen || !display || display->displayID != mouseScreen->displayID) return;
 
     const CursorImage cursor = platform.cursor().currentCursor();
     if (!cursor.image) return;
