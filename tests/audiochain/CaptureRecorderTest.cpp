@@ -89,7 +89,9 @@ TEST_F(CaptureRecorder, PlayingThroughTheSpeakersStillHearTheTone) {
     const auto heard = coreaudio_test::ChannelOf(fSim->Recording(kSimSpeakersUID, 12000), 2, 0);
     recorder->StopCapture();
     EXPECT_NEAR(coreaudio_test::Peak(heard), coreaudio_test::DbfsToLevel(-12), 0.003);
-    EXPECT_NEAR(coreaudio_test::Frequency(heard, 48000), 440, 1);
+    // Its pitch, not a span free of gaps: the simulated devices run on the
+    // real clock, and a starved machine (CI, ThreadSanitizer) skips a period.
+    EXPECT_NEAR(coreaudio_test::SteadyFrequency(heard, 48000), 440, 1);
 }
 
 TEST_F(CaptureRecorder, ARateChangeOfTheRecordedDeviceEndsCaptureAndPutsTheRoutingBack) {
