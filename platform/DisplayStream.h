@@ -77,6 +77,15 @@ public:
     // the stream is not running (never started, stopped already, or ended by
     // the display going away).
     virtual bool Stop() = 0;
+    // Whether the handler may draw into a Complete frame that it has given
+    // no one else, for as long as it retains it: the stream writes every
+    // frame whole and never builds one on another (should it compare a new
+    // read with the frame it delivered last, what the consumer drew there
+    // makes it deliver the new one, whole). A consumer that draws over the
+    // frames (the cursor) then needs no copy of its own. False where frames
+    // are the system's to read only (an IOSurface of the window server).
+    // Any thread; the answer never changes.
+    virtual bool LendsFrames() const { return false; }
 };
 
 } // namespace qcp::platform

@@ -50,6 +50,7 @@ public:
 
     bool Start() override;
     bool Stop() override;
+    bool LendsFrames() const override { return true; }
 
 private:
     X11DisplayStream(std::unique_ptr<X11Connection> connection, DisplayStreamConfig config, double refreshRate,

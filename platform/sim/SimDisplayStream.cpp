@@ -12,7 +12,8 @@ constexpr size_t kPoolSize = 4;
 } // namespace
 
 SimDisplayStream::SimDisplayStream(SimWorld& world, DisplayStreamConfig config, double refreshRate)
-    : fWorld(world), fConfig(std::move(config)), fPeriodMicros(SimTicker::PeriodFor(refreshRate)) {}
+    : fWorld(world), fConfig(std::move(config)), fPeriodMicros(SimTicker::PeriodFor(refreshRate)),
+      fLends(world.StreamsLendFrames()) {}
 
 SimDisplayStream::~SimDisplayStream() {
     EndRun(fTicker);

@@ -22,7 +22,8 @@ namespace qcp::platform::sim {
 // - unchanged: Idle, once per quiet spell (the first unchanged tick after a
 //   frame), then nothing until the content changes.
 // The first tick of every run delivers a frame. Deliveries are posted to the
-// stream's queue; the tick never waits for them.
+// stream's queue; the tick never waits for them. Every frame is painted
+// whole, so frames are lent (LendsFrames) unless the world says otherwise.
 class SimDisplayStream final : public DisplayStream {
 public:
     SimDisplayStream(SimWorld& world, DisplayStreamConfig config, double refreshRate);
@@ -30,6 +31,7 @@ public:
 
     bool Start() override;
     bool Stop() override;
+    bool LendsFrames() const override { return fLends; }
 
 private:
     // Lets deliveries already queued outlive the stream without calling its
@@ -47,6 +49,7 @@ private:
     SimWorld& fWorld;
     const DisplayStreamConfig fConfig;
     const int64_t fPeriodMicros;
+    const bool fLends;
     const std::shared_ptr<Gate> fGate = std::make_shared<Gate>();
     // Start, Stop and the destructor only (never concurrent with each other).
     std::unique_ptr<SimTicker> fTicker;

@@ -378,6 +378,16 @@ void SimWorld::SetStreamsStalled(bool stalled) {
     fStreamsStalled = stalled;
 }
 
+void SimWorld::SetStreamsLendFrames(bool lend) {
+    std::lock_guard lock(fMutex);
+    fStreamsLend = lend;
+}
+
+bool SimWorld::StreamsLendFrames() const {
+    std::lock_guard lock(fMutex);
+    return fStreamsLend;
+}
+
 bool SimWorld::StreamsStalled() const {
     std::lock_guard lock(fMutex);
     return fStreamsStalled;

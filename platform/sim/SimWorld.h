@@ -158,6 +158,10 @@ public:
     void SetStreamsStalled(bool stalled);
     bool StreamsStalled() const;
     void SetWindowImageFault(WindowImageFault fault);
+    // Whether streams made from now on lend their frames (DisplayStream::
+    // LendsFrames), as on Linux; off, they keep them to themselves as on macOS.
+    void SetStreamsLendFrames(bool lend);
+    bool StreamsLendFrames() const;
 
     // ---- The system's answers.
     void SetScreenRecordingPermission(bool granted);
@@ -209,6 +213,7 @@ private:
     Point fMouse;
     CursorImage fCursor;
     bool fStreamsStalled = false;
+    bool fStreamsLend = true;
     WindowImageFault fWindowImageFault = WindowImageFault::None;
     bool fPermission = true;
     std::string fResourceFolder;

@@ -92,7 +92,16 @@ TEST_F(CompositingTest, OutputIsReusedUntilTheSourceSizeChanges) {
     EXPECT_FALSE(source->copy_iosurface_and_render_mouse(nullptr, {}));
 }
 
-TEST_F(CompositingTest, OverAnUnchangedFrameOnlyTheCursorMovesAndNoPixelStaysBehind) {
+// Over both kinds of stream: one that lends its frames (the cursor is drawn
+// into them, what it covers kept aside) and one that keeps them (a copy).
+class RenderLoopTest : public CompositingTest, public testing::WithParamInterface<bool> {};
+INSTANTIATE_TEST_SUITE_P(, RenderLoopTest, testing::Bool(),
+                         [](const auto& info) { return info.param ? "LentFrames" : "KeptFrames"; });
+
+TEST_P(RenderLoopTest, TheCursorMovesOverStillAndChangedFramesAndNoPixelStaysBehind) {
+    world().SetStreamsLendFrames(GetParam());
+    world().AddProcess(4321, "App");
+    const uint32_t window = world().OpenWindow(4321, "W", {1200, 100, 300, 200});
     ManualClock clock; // the render loop and the stream both follow it
     RecordingObserver observer;
     observer.keepPixels = true;
@@ -110,26 +119,42 @@ TEST_F(CompositingTest, OverAnUnchangedFrameOnlyTheCursorMovesAndNoPixelStaysBeh
         EXPECT_GT(observer.Frames().size(), seen);
         return observer.Frames().back();
     };
-    ASSERT_TRUE(FirstStreamFrame(clock));
-    ASSERT_TRUE(WaitFor([&] { return !observer.Frames().empty(); }, 10s));
-    const SeenFrame clean = pass();
-
     const auto pixel = [](const SeenFrame& frame, uint32_t x, uint32_t y) {
         uint32_t value;
         std::memcpy(&value, frame.pixels.data() + (size_t(y) * 1920 + x) * 4, 4);
         return value;
     };
+    // The pixels where `frame` differs from `clean`, outside the cursor at (x, y).
+    const auto differing = [&](const SeenFrame& frame, const SeenFrame& clean, uint32_t x, uint32_t y) {
+        size_t count = 0;
+        for (uint32_t row = 0; row < 1080; ++row)
+            for (uint32_t column = 0; column < 1920; ++column)
+                if (!(column >= x && column < x + 4 && row >= y && row < y + 4))
+                    count += pixel(frame, column, row) != pixel(clean, column, row);
+        return count;
+    };
+    ASSERT_TRUE(FirstStreamFrame(clock));
+    ASSERT_TRUE(WaitFor([&] { return !observer.Frames().empty(); }, 10s));
+    const SeenFrame clean = pass();
+
     world().SetMouse({100, 880}); // the cursor's top-left at (100, 198), as above
     const SeenFrame first = pass();
     EXPECT_EQ(pixel(first, 101, 199), kCursorColour);
     world().SetMouse({300, 580}); // now at (300, 498)
     const SeenFrame second = pass();
     EXPECT_EQ(pixel(second, 301, 499), kCursorColour);
-    // Everything but the new cursor is the frame as captured.
-    size_t differing = 0;
-    for (uint32_t y = 0; y < 1080; ++y)
-        for (uint32_t x = 0; x < 1920; ++x)
-            if (!(x >= 300 && x < 304 && y >= 498 && y < 502)) differing += pixel(second, x, y) != pixel(clean, x, y);
-    EXPECT_EQ(differing, 0u);
+    EXPECT_EQ(differing(second, clean, 300, 498), 0u) << "the frame as captured but for the cursor";
+
+    // A new frame, the window now over the old cursor, and the cursor moved
+    // again; then the cursor off the display shows that frame as captured.
+    world().MoveWindow(window, 250, 450);
+    world().SetMouse({500, 280}); // now at (500, 798)
+    SeenFrame third = pass();
+    for (int step = 0; step < 100 && pixel(third, 301, 499) == pixel(clean, 301, 499); ++step) third = pass();
+    ASSERT_NE(pixel(third, 301, 499), pixel(clean, 301, 499)) << "the window's colour";
+    EXPECT_EQ(pixel(third, 501, 799), kCursorColour);
+    world().SetMouse({5000, 5000});
+    const SeenFrame changedClean = pass();
+    EXPECT_EQ(differing(third, changedClean, 500, 798), 0u) << "nothing of the old frame or cursors";
     source->stop();
 }

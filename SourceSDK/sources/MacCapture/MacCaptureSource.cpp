@@ -139,6 +139,7 @@ bool MacCaptureSource::startStream() {
         onStreamFrame(status, time, surface, dirty);
     };
     fStream = Current()->createDisplayStream(std::move(config));
+    fStreamLends = fStream && fStream->LendsFrames();
     fRunning = fStream && fStream->Start();
     return fRunning;
 }

@@ -105,12 +105,17 @@ private:
     // delivers the stream's frames, or once that has ended.
     void stopRenderLoop();
     // Draws the cursor; answers the whole pixels it may have covered, none
-    // when it drew nothing.
-    std::optional<qcp::platform::Rect> render_cursor_to_current_surface(qcp::platform::Surface& target);
+    // when it drew nothing. With `under`, those pixels are first copied
+    // into it (a surface of the target's geometry).
+    std::optional<qcp::platform::Rect> render_cursor_to_current_surface(qcp::platform::Surface& target,
+                                                                        qcp::platform::Surface* under = nullptr);
     // The render loop's pass: the composed surface for the latest frame. A
+    // frame the stream lends and no one else has is drawn into itself; a
     // surface that holds an earlier frame of the run takes only the parts
     // that changed since and those under its cursor.
     qcp::platform::SurfaceRef composeLatestFrame(qcp::platform::SurfaceRef output);
+    // Draws the cursor into a lent frame, keeping what it covers in fUnderCursor.
+    void drawCursorIntoFrame(qcp::platform::Surface& frame);
     void send_surface_to_observers(qcp::platform::Surface* surface, uint64_t time);
     void send_no_video_feed_message();
     void feedDetectionLoop();
@@ -135,6 +140,7 @@ private:
     bool fHasSourceRect = false;
     std::unique_ptr<zQueue> fStreamQueue;
     std::unique_ptr<qcp::platform::DisplayStream> fStream;
+    bool fStreamLends = false; // set before the stream starts
     std::atomic<unsigned int> fDisplayID{0}; // re-aimed by the window monitor
     std::atomic<unsigned int> fWindowID{0};
     MacCaptureWindowUserInfoStruct fWindowInfo;
@@ -157,6 +163,11 @@ private:
     uint64_t fComposedNumber = 0;
     std::optional<qcp::platform::Rect> fComposedCursor;
     qcp::platform::DirtyRects fDirtySinceComposed;
+    // Whether the latest frame went to the observers as it is (cursor off),
+    // so that it is no longer only the stream's and this loop's to draw into;
+    // and, while the composed surface is a lent frame, what its cursor covers.
+    bool fLatestShared = false;
+    qcp::platform::SurfaceRef fUnderCursor;
     std::vector<qcp::platform::ScreenInfo> fCursorScreens; // the render loop's, reused
     std::vector<qcp::platform::ScreenInfo> fWindowScreens; // the display link's, reused
 };

@@ -25,18 +25,22 @@ bool SameGeometry(const Surface& a, const Surface& b) {
 void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, Surface* surface,
                                      const DirtyRects& dirty) {
     switch (status) {
-    case FrameStatus::Complete:
+    case FrameStatus::Complete: {
+        // Read once: the loop must know whether this very frame goes out as it is.
+        const bool asItIs = !fShowCursor;
         if (fRenderQueue) {
             // Also while the cursor is off: the loop's surface follows every
             // frame's changes, or it would miss some when the cursor is back.
             zLocker lock(*fRenderLock);
             fLatestSurface = SurfaceRef::Retain(surface);
+            fLatestShared = asItIs;
             ++fLatestNumber;
             fDirtySinceComposed.Add(dirty);
         }
-        if (!fShowCursor) send_surface_to_observers(surface, displayTime);
+        if (asItIs) send_surface_to_observers(surface, displayTime);
         else if (!fRenderQueue) startRenderLoop(surface);
         break;
+    }
     case FrameStatus::Stopped: {
         stopRenderLoop();
         std::lock_guard lock(fCondition);
@@ -52,6 +56,7 @@ void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, S
 
 void MacCaptureSource::startRenderLoop(Surface* first) {
     fLatestSurface = SurfaceRef::Retain(first);
+    fLatestShared = false;
     ++fLatestNumber;
     fComposedNumber = 0;
     fDirtySinceComposed.Clear();
@@ -70,6 +75,7 @@ void MacCaptureSource::stopRenderLoop() {
     fRenderLock.reset();
     fLatestSurface.reset();
     fComposedSurface.reset();
+    fUnderCursor.reset();
 }
 
 void MacCaptureSource::renderLoop() {
@@ -92,7 +98,17 @@ void MacCaptureSource::renderLoop() {
 
 SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
     Surface* frame = fLatestSurface.get();
-    if (output && frame && fComposedNumber != 0 && SameGeometry(*frame, *output)) {
+    const bool fresh = fLatestNumber != fComposedNumber;
+    if (frame && fresh && fStreamLends && !fLatestShared && frame->width() != 0 && frame->height() != 0) {
+        // The stream writes every frame whole and no one else has this one:
+        // the cursor goes into it, and nothing is copied.
+        output = fLatestSurface;
+        drawCursorIntoFrame(*output);
+    } else if (output && output.get() == frame) {
+        // The lent frame again, the cursor perhaps elsewhere: its pixels back first.
+        if (fComposedCursor) Current()->compositor().copyArea(*fUnderCursor, *output, *fComposedCursor);
+        drawCursorIntoFrame(*output);
+    } else if (output && frame && fComposedNumber != 0 && SameGeometry(*frame, *output)) {
         // The output holds an earlier frame of this run: only what changed
         // since, and what its cursor covered, comes anew from the latest.
         Compositor& compositor = Current()->compositor();
@@ -117,7 +133,13 @@ SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, Su
     return output;
 }
 
-std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& target) {
+void MacCaptureSource::drawCursorIntoFrame(Surface& frame) {
+    if (!fUnderCursor || !SameGeometry(*fUnderCursor, frame))
+        fUnderCursor = SurfaceRef::Adopt(Current()->createSurface(frame.properties()));
+    fComposedCursor = fUnderCursor ? render_cursor_to_current_surface(frame, fUnderCursor.get()) : std::nullopt;
+}
+
+std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& target, Surface* under) {
     // One reading of the list gives the display's screen and the main one,
     // into a vector kept from pass to pass: the pass allocates nothing.
     Current()->screens().list(fCursorScreens);
@@ -134,9 +156,11 @@ std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& 
     const Rect bounds{0, 0, double(target.width()), double(target.height())};
     if (!where.Intersects(bounds)) return std::nullopt;
     const Rect drawn = CursorGeometry::FlipToTopLeft(where, target.height());
-    Current()->compositor().drawImage(target, *cursor.image, drawn);
     const double left = std::floor(drawn.x), top = std::floor(drawn.y);
-    return Rect{left, top, std::ceil(drawn.MaxX()) - left, std::ceil(drawn.MaxY()) - top};
+    const Rect covered{left, top, std::ceil(drawn.MaxX()) - left, std::ceil(drawn.MaxY()) - top};
+    if (under) Current()->compositor().copyArea(target, *under, covered);
+    Current()->compositor().drawImage(target, *cursor.image, drawn);
+    return covered;
 }
 
 } // namespace MC
