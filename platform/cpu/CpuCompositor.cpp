@@ -22,6 +22,37 @@ inline void Over(const uint8_t* source, uint8_t* destination) {
     for (int c = 0; c < 4; ++c) destination[c] = uint8_t(source[c] + (destination[c] * inverse + 127) / 255);
 }
 
+// A pixel whose alpha byte is padding, made opaque.
+inline void CopyOpaque(const uint8_t* source, uint8_t* destination) {
+    uint32_t pixel;
+    std::memcpy(&pixel, source, 4);
+    pixel |= 0xFF000000u;
+    std::memcpy(destination, &pixel, 4);
+}
+
+// One pixel of an image over the destination, as its alpha says.
+inline void Draw(ImageAlpha alpha, const uint8_t* source, uint8_t* destination) {
+    switch (alpha) {
+    case ImageAlpha::Premultiplied: Over(source, destination); return;
+    case ImageAlpha::Opaque: std::memcpy(destination, source, 4); return;
+    case ImageAlpha::Padding: CopyOpaque(source, destination); return;
+    }
+}
+
+// A row of `count` pixels, unscaled: the opaque kinds are plain copies (the
+// alpha set on the way where it is padding), which become vector code.
+void DrawRow(ImageAlpha alpha, const uint8_t* source, uint8_t* destination, size_t count) {
+    switch (alpha) {
+    case ImageAlpha::Opaque: std::memcpy(destination, source, count * 4); return;
+    case ImageAlpha::Padding:
+        for (size_t x = 0; x < count; ++x) CopyOpaque(source + x * 4, destination + x * 4);
+        return;
+    case ImageAlpha::Premultiplied:
+        for (size_t x = 0; x < count; ++x) Over(source + x * 4, destination + x * 4);
+        return;
+    }
+}
+
 } // namespace
 
 void CpuCompositor::copySurface(const Surface& source, Surface& target) {
@@ -71,22 +102,17 @@ void CpuCompositor::drawImage(Surface& target, const Image& image, const Rect& w
     if (scaleX == 1 && scaleY == 1 && where.x == std::floor(where.x) && where.y == std::floor(where.y)) {
         // Pixel for pixel (window pictures, the no-feed frame): no sampling.
         const int left = int(where.x), top = int(where.y);
-        for (int y = y0; y < y1; ++y) {
-            const uint8_t* in = image.row(uint32_t(y - top)) + size_t(x0 - left) * 4;
-            uint8_t* out = target.baseAddress() + size_t(y) * target.bytesPerRow() + size_t(x0) * 4;
-            if (image.opaque()) {
-                std::memcpy(out, in, size_t(x1 - x0) * 4); // source-over of opaque pixels replaces
-                continue;
-            }
-            for (int x = x0; x < x1; ++x, in += 4, out += 4) Over(in, out);
-        }
+        for (int y = y0; y < y1; ++y)
+            DrawRow(image.alpha(), image.row(uint32_t(y - top)) + size_t(x0 - left) * 4,
+                    target.baseAddress() + size_t(y) * target.bytesPerRow() + size_t(x0) * 4, size_t(x1 - x0));
         return;
     }
     for (int y = y0; y < y1; ++y) {
         const uint8_t* in = image.row(sample((y + 0.5 - where.y) * scaleY, image.height()));
         uint8_t* out = target.baseAddress() + size_t(y) * target.bytesPerRow();
         for (int x = x0; x < x1; ++x)
-            Over(in + size_t(sample((x + 0.5 - where.x) * scaleX, image.width())) * 4, out + size_t(x) * 4);
+            Draw(image.alpha(), in + size_t(sample((x + 0.5 - where.x) * scaleX, image.width())) * 4,
+                 out + size_t(x) * 4);
     }
 }
 

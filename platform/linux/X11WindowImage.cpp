@@ -5,6 +5,7 @@
 #include <X11/extensions/Xdamage.h>
 
 #include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "X11ErrorTrap.h"
@@ -23,67 +24,55 @@ namespace {
 constexpr size_t kPoolSize = 6;
 } // namespace
 
-ImageRef X11WindowImage::Read(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth) {
-    if (SharedSegment(area, visual, depth) && fShared.image->Read(drawable, area.x, area.y))
-        return Picture(fShared.image->data(), fShared.image->bytesPerRow(), area, opaque);
+ImageRef X11WindowImage::Read(Drawable drawable, const Area& area, ImageAlpha alpha, Visual* visual, int depth) {
+    if (SharedPicture* shared = FreeShared(area, alpha, visual, depth))
+        if (shared->image->Read(drawable, area.x, area.y)) return shared->picture;
     X11ErrorTrap trap(fDisplay);
     XImage* image =
         XGetImage(fDisplay, drawable, area.x, area.y, unsigned(area.width), unsigned(area.height), AllPlanes, ZPixmap);
     if (!image) return nullptr;
     ImageRef picture;
-    if (trap.Sync() == Success && image->bits_per_pixel == 32)
-        picture = Picture(reinterpret_cast<const uint8_t*>(image->data), size_t(image->bytes_per_line), area, opaque);
+    if (trap.Sync() == Success && image->bits_per_pixel == 32) {
+        const size_t rowBytes = size_t(area.width) * 4;
+        std::vector<uint8_t> pixels(rowBytes * size_t(area.height));
+        for (int y = 0; y < area.height; ++y)
+            std::memcpy(pixels.data() + rowBytes * size_t(y), image->data + size_t(image->bytes_per_line) * size_t(y),
+                        rowBytes);
+        picture = std::make_shared<Image>(uint32_t(area.width), uint32_t(area.height), uint32_t(rowBytes),
+                                          std::move(pixels), alpha);
+    }
     XDestroyImage(image);
     return picture;
 }
 
-bool X11WindowImage::SharedSegment(const Area& area, Visual* visual, int depth) {
-    if (!fShm) return false;
-    SharedRead& shared = fShared;
-    if (shared.image && shared.width == area.width && shared.height == area.height && shared.depth == depth &&
-        shared.visual == visual)
-        return true;
-    shared.image.reset(); // detached before its memory goes
-    shared.memory = ShmSurfaceMemory::Create(size_t(area.width) * 4 * size_t(area.height));
-    if (!shared.memory) return false;
-    shared.image = X11ShmImage::Attach(fConnection, shared.memory->shmid(), shared.memory->data(),
-                                       uint32_t(area.width), uint32_t(area.height), visual, unsigned(depth));
-    if (!shared.image) return false;
-    shared.width = area.width;
-    shared.height = area.height;
-    shared.depth = depth;
-    shared.visual = visual;
-    return true;
-}
-
-ImageRef X11WindowImage::Picture(const uint8_t* pixels, size_t stride, const Area& area, bool opaque) {
-    const uint32_t width = uint32_t(area.width), height = uint32_t(area.height);
-    const std::shared_ptr<Image> image = FreeImage(width, height, opaque);
-    // Copied and, without an alpha channel, made opaque in the one pass.
-    const uint32_t alpha = opaque ? 0xFF000000u : 0;
-    for (uint32_t y = 0; y < height; ++y) {
-        uint32_t* out = reinterpret_cast<uint32_t*>(image->pixelsForReuse() + size_t(y) * image->bytesPerRow());
-        const auto* in = reinterpret_cast<const uint32_t*>(pixels + size_t(y) * stride);
-        for (uint32_t x = 0; x < width; ++x) out[x] = in[x] | alpha;
-    }
-    return image;
-}
-
-std::shared_ptr<Image> X11WindowImage::FreeImage(uint32_t width, uint32_t height, bool opaque) {
-    for (const std::shared_ptr<Image>& pooled : fPool)
-        if (pooled.use_count() == 1 && pooled->width() == width && pooled->height() == height &&
-            pooled->opaque() == opaque)
-            return pooled;
-    auto made = std::make_shared<Image>(width, height, width * 4, std::vector<uint8_t>(size_t(width) * 4 * height),
-                                        opaque);
+X11WindowImage::SharedPicture* X11WindowImage::FreeShared(const Area& area, ImageAlpha alpha, Visual* visual,
+                                                          int depth) {
+    if (!fShm) return nullptr;
+    const auto free = [](const std::unique_ptr<SharedPicture>& shared) { return shared->picture.use_count() == 1; };
+    for (const std::unique_ptr<SharedPicture>& shared : fShared)
+        if (free(shared) && shared->width == area.width && shared->height == area.height && shared->depth == depth &&
+            shared->visual == visual && shared->picture->alpha() == alpha)
+            return shared.get();
     // A full pool gives way to the newest size: its free pictures go first.
-    if (fPool.size() == kPoolSize) {
-        const auto free = std::find_if(fPool.begin(), fPool.end(), [](const auto& p) { return p.use_count() == 1; });
-        if (free == fPool.end()) return made;
-        fPool.erase(free);
-    }
-    fPool.push_back(made);
-    return made;
+    auto slot = fShared.end();
+    if (fShared.size() == kPoolSize && (slot = std::find_if(fShared.begin(), fShared.end(), free)) == fShared.end())
+        return nullptr;
+    auto made = std::make_unique<SharedPicture>();
+    made->memory = ShmSurfaceMemory::Create(size_t(area.width) * 4 * size_t(area.height));
+    if (!made->memory) return nullptr;
+    made->image = X11ShmImage::Attach(fConnection, made->memory->shmid(), made->memory->data(), uint32_t(area.width),
+                                      uint32_t(area.height), visual, unsigned(depth));
+    if (!made->image) return nullptr;
+    made->width = area.width;
+    made->height = area.height;
+    made->depth = depth;
+    made->visual = visual;
+    made->picture = std::make_shared<Image>(uint32_t(area.width), uint32_t(area.height), made->image->bytesPerRow(),
+                                            made->image->data(), made->memory, alpha);
+    SharedPicture* const result = made.get();
+    if (slot == fShared.end()) fShared.push_back(std::move(made));
+    else *slot = std::move(made);
+    return result;
 }
 
 X11WindowImage::X11WindowImage(const X11Connection& connection)
@@ -108,7 +97,8 @@ ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int hei
                      attributes.height + 2 * attributes.border_width};
     const Area wanted = Area{x, y, width, height}.Intersect(outer);
     if (wanted.Empty()) return nullptr;
-    const bool opaque = attributes.depth != 32;
+    // Without an alpha channel the fourth byte is whatever the server left.
+    const ImageAlpha alpha = attributes.depth == 32 ? ImageAlpha::Premultiplied : ImageAlpha::Padding;
     if (fComposite) {
         Redirected& redirected = Redirect(frame);
         const Area read{wanted.x - outer.x, wanted.y - outer.y, wanted.width, wanted.height};
@@ -119,7 +109,7 @@ ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int hei
         const Pixmap pixmap = XCompositeNameWindowPixmap(fDisplay, frame);
         ImageRef image;
         if (trap.Sync() == Success) {
-            image = Read(pixmap, read, opaque, attributes.visual, attributes.depth);
+            image = Read(pixmap, read, alpha, attributes.visual, attributes.depth);
             XFreePixmap(fDisplay, pixmap);
         }
         redirected.read = read;
@@ -129,7 +119,7 @@ ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int hei
     XWindowAttributes root{};
     if (!XGetWindowAttributes(fDisplay, fRoot, &root)) return nullptr;
     const Area onScreen = wanted.Intersect({0, 0, root.width, root.height});
-    return onScreen.Empty() ? nullptr : Read(fRoot, onScreen, true, nullptr, 0);
+    return onScreen.Empty() ? nullptr : Read(fRoot, onScreen, ImageAlpha::Padding, nullptr, 0);
 }
 
 Window X11WindowImage::FrameOf(Window client) const {

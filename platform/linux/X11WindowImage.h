@@ -23,10 +23,11 @@ namespace qcp::platform::x11 {
 // frame that has not changed since its last picture gives that picture again
 // instead of being read anew. Without Composite, or when the server refuses,
 // the window's area of the screen is read instead. With MIT-SHM the server
-// writes the pixels into a segment kept from read to read, and they are
-// copied, made opaque on the way, into a picture from a small pool: one that
-// no one holds any more is written again, so a window read at every refresh
-// allocates nothing once warm.
+// writes the pixels straight into the memory of a picture from a small pool
+// of shared segments: one that no one holds any more is written again, so a
+// window read at every refresh is neither copied nor allocated here. Pictures
+// of windows without an alpha channel say so (ImageAlpha::Padding): the copy
+// that draws them sets it.
 //
 // Used on the window server's connection, under its mutex and a trap.
 class X11WindowImage {
@@ -65,21 +66,22 @@ private:
     Redirected& Redirect(Window frame);
     // An area of a drawable of that visual and depth, over MIT-SHM when it
     // can; null when the server refuses.
-    ImageRef Read(Drawable drawable, const Area& area, bool opaque, Visual* visual, int depth);
-    // Whether fShared is a segment the server has attached for such an area.
-    bool SharedSegment(const Area& area, Visual* visual, int depth);
-    // Pixels of the area's size as a picture from the pool.
-    ImageRef Picture(const uint8_t* pixels, size_t stride, const Area& area, bool opaque);
-    // A picture of that size nobody else holds, from the pool when it has one.
-    std::shared_ptr<Image> FreeImage(uint32_t width, uint32_t height, bool opaque);
+    ImageRef Read(Drawable drawable, const Area& area, ImageAlpha alpha, Visual* visual, int depth);
 
-    // The segment shared reads go to, made again for another size or depth.
-    struct SharedRead {
-        std::unique_ptr<ShmSurfaceMemory> memory; // outlives the image attached to it
+    // A segment the server has attached for reads of one size and depth, and
+    // the picture over its memory, which the picture keeps: written again
+    // once no one else holds the picture.
+    struct SharedPicture {
+        ~SharedPicture() { image.reset(); } // the server detaches before the memory can go
+        std::shared_ptr<ShmSurfaceMemory> memory;
         std::unique_ptr<X11ShmImage> image;
         int width = 0, height = 0, depth = 0;
         Visual* visual = nullptr;
+        ImageRef picture;
     };
+    // One to read such an area into, from the pool or new; null without
+    // MIT-SHM, or when every picture is held and the pool is full.
+    SharedPicture* FreeShared(const Area& area, ImageAlpha alpha, Visual* visual, int depth);
 
     const X11Connection& fConnection;
     Display* const fDisplay;
@@ -88,8 +90,7 @@ private:
     int fDamageEventBase = -1;
     std::unordered_map<Window, Redirected> fRedirected;
     const bool fShm;
-    SharedRead fShared;
-    std::vector<std::shared_ptr<Image>> fPool;
+    std::vector<std::unique_ptr<SharedPicture>> fShared;
 };
 
 } // namespace qcp::platform::x11

@@ -182,6 +182,12 @@ Pixel PixelAt(const uint8_t* base, size_t bytesPerRow, int x, int y) {
     return {p[0], p[1], p[2], p[3]};
 }
 
+Pixel PixelAt(const qcp::platform::Image& image, int x, int y) {
+    Pixel pixel = PixelAt(image.pixels(), image.bytesPerRow(), x, y);
+    if (image.alpha() == qcp::platform::ImageAlpha::Padding) pixel.a = 255;
+    return pixel;
+}
+
 std::ostream& operator<<(std::ostream& out, const Pixel& pixel) {
     return out << "(b " << int(pixel.b) << ", g " << int(pixel.g) << ", r " << int(pixel.r) << ", a " << int(pixel.a)
                << ")";

@@ -88,6 +88,8 @@ struct Pixel {
 };
 inline Pixel Opaque(uint32_t rgb) { return {uint8_t(rgb), uint8_t(rgb >> 8), uint8_t(rgb >> 16), 255}; }
 Pixel PixelAt(const uint8_t* base, size_t bytesPerRow, int x, int y);
+// A picture's pixel as drawn: opaque where the picture has no alpha channel.
+Pixel PixelAt(const qcp::platform::Image& image, int x, int y);
 // The id of a visible window that `xdotool search` finds with `match` (its
 // options, e.g. "--name '^Title$'"), once one shows, made the active
 // window; empty when none shows within 20 seconds. xdotool dies of a window

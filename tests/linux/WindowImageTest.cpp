@@ -18,7 +18,7 @@ TEST_F(WindowImageTest, ACoveredWindowShowsItsOwnContentAndAGoneOneNothing) {
     const TestDesktop::Area client = desktop->ClientArea(covered);
     ASSERT_EQ(image->width(), uint32_t(frame.width));
     ASSERT_EQ(image->height(), uint32_t(frame.height));
-    EXPECT_EQ(PixelAt(image->pixels(), image->bytesPerRow(), client.x - frame.x + 200, client.y - frame.y + 150),
+    EXPECT_EQ(PixelAt(*image, client.x - frame.x + 200, client.y - frame.y + 150),
               Opaque(0x0000FF));
 
     desktop->Close(covered);
@@ -31,7 +31,7 @@ TEST_F(WindowImageTest, AnUnchangedWindowGivesItsLastPictureAgainAndAChangedOneI
     ASSERT_NE(window, None);
     const TestDesktop::Area frame = desktop->FrameArea(window), client = desktop->ClientArea(window);
     const auto centre = [&](const ImageRef& image) {
-        return PixelAt(image->pixels(), image->bytesPerRow(), client.x - frame.x + 200, client.y - frame.y + 150);
+        return PixelAt(*image, client.x - frame.x + 200, client.y - frame.y + 150);
     };
     const uint32_t id = uint32_t(window);
     ImageRef first = platform->windowServer().windowImage(id);
@@ -67,7 +67,7 @@ TEST_F(WindowImageTest, APictureNoOneHoldsAnyMoreIsWrittenAgainWithTheNextChange
         TestDesktop::WaitUntil([&] {
             const ImageRef image = platform->windowServer().windowImage(id);
             seen = image;
-            return image && PixelAt(image->pixels(), image->bytesPerRow(), client.x - frame.x + 200,
+            return image && PixelAt(*image, client.x - frame.x + 200,
                                     client.y - frame.y + 150) == Opaque(rgb);
         });
         return seen;

@@ -26,7 +26,7 @@ TEST_F(WithoutExtensionsTest, WindowPicturesAndStreamsAreReadFromTheScreen) {
     const TestDesktop::Area client = desktop->ClientArea(window);
     ASSERT_EQ(image->width(), uint32_t(frame.width));
     ASSERT_EQ(image->height(), uint32_t(frame.height));
-    EXPECT_EQ(PixelAt(image->pixels(), image->bytesPerRow(), client.x - frame.x + 150, client.y - frame.y + 100),
+    EXPECT_EQ(PixelAt(*image, client.x - frame.x + 150, client.y - frame.y + 100),
               Opaque(0xFF8000));
 
     // The client area, halved.

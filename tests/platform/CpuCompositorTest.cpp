@@ -18,10 +18,10 @@ uint32_t PixelAt(const Surface& surface, uint32_t x, uint32_t y) {
     return value;
 }
 
-ImageRef Solid(uint32_t width, uint32_t height, uint32_t bgra) {
+ImageRef Solid(uint32_t width, uint32_t height, uint32_t bgra, ImageAlpha alpha = ImageAlpha::Premultiplied) {
     std::vector<uint8_t> pixels(size_t(width) * height * 4);
     for (size_t i = 0; i < pixels.size(); i += 4) std::memcpy(&pixels[i], &bgra, 4);
-    return std::make_shared<Image>(width, height, width * 4, std::move(pixels));
+    return std::make_shared<Image>(width, height, width * 4, std::move(pixels), alpha);
 }
 } // namespace
 
@@ -36,6 +36,21 @@ TEST(CpuCompositor, BlendsPremultipliedSourceOver) {
     // A fully transparent picture changes nothing.
     CpuCompositor().drawImage(*target, *Solid(1, 1, 0), {0, 0, 2, 1});
     EXPECT_EQ(PixelAt(*target, 1, 0), 0xFF0000FFu);
+}
+
+TEST(CpuCompositor, APictureWithoutAlphaReplacesWhatIsUnderItScaledOrNot) {
+    SurfaceRef target = MakeSurface(4, 2);
+    CpuCompositor().drawImage(*target, *Solid(4, 2, 0xFF0000FF), {0, 0, 4, 2});
+    // Green with its fourth byte left zero, as an X server leaves padding;
+    // read as premultiplied it would be drawn as light added to the blue.
+    const ImageRef padded = Solid(2, 1, 0x0000FF00, ImageAlpha::Padding);
+    CpuCompositor().drawImage(*target, *padded, {0, 0, 2, 1});
+    CpuCompositor().drawImage(*target, *padded, {1, 1, 3, 1}); // scaled
+    EXPECT_EQ(PixelAt(*target, 0, 0), 0xFF00FF00u);
+    EXPECT_EQ(PixelAt(*target, 1, 0), 0xFF00FF00u);
+    EXPECT_EQ(PixelAt(*target, 2, 0), 0xFF0000FFu);
+    EXPECT_EQ(PixelAt(*target, 0, 1), 0xFF0000FFu);
+    EXPECT_EQ(PixelAt(*target, 3, 1), 0xFF00FF00u);
 }
 
 TEST(CpuCompositor, ScalesIntoTheRectangleAndClipsAtTheEdges) {
