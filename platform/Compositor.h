@@ -14,7 +14,7 @@ namespace qcp::platform {
 //
 // Runs on the caller's thread (a source's render queue or a display-link
 // thread); the core serialises calls per surface. The caller holds neither
-// surface's lock: the compositor takes them itself, source before target.
+// surface's lock: the compositor takes them itself (SurfacePairLock).
 // The core has checked the geometry: both surfaces exist, are distinct, and
 // have pixels of 4 bytes.
 class Compositor {

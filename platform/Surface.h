@@ -1,6 +1,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -145,6 +146,20 @@ public:
 
 private:
     const Surface& fSurface;
+};
+
+// Holds two distinct surfaces' locks for a scope, taken in the order of their
+// addresses: pixels go both ways between the same two surfaces (pooled
+// frames take turns as the newer, a frame and what its cursor covers), and
+// an order by role would cross.
+class SurfacePairLock {
+public:
+    SurfacePairLock(const Surface& a, const Surface& b)
+        : fFirst(std::less<const Surface*>()(&a, &b) ? a : b), fSecond(std::less<const Surface*>()(&a, &b) ? b : a) {}
+
+private:
+    SurfaceLock fFirst;
+    SurfaceLock fSecond;
 };
 
 } // namespace qcp::platform

@@ -34,8 +34,9 @@ struct WindowInfo {
 //
 // Called from any thread: the host's, the window monitor's and display-link
 // threads, the latter with the inventory's lock held; an implementation
-// takes no lock of the core's and never calls back into the core. Nothing is
-// cached: every call reads the window server's current state.
+// takes no lock of the core's and never calls back into the core. Every call
+// answers the window server's current state: read afresh, or kept from the
+// server's own reports of changes, never guessed.
 class WindowServer {
 public:
     virtual ~WindowServer() = default;
@@ -47,6 +48,13 @@ public:
     // The entry of one window (kCGWindowListOptionIncludingWindow); none when
     // no window has that number.
     virtual std::optional<WindowInfo> window(uint32_t number) const = 0;
+    // Where that window is (its entry's bounds) without the rest of the entry,
+    // for the cursor drawn over each of its frames; none when no window has
+    // that number. The entry's bounds unless a platform knows them for less.
+    virtual std::optional<Rect> windowBounds(uint32_t number) const {
+        const std::optional<WindowInfo> entry = window(number);
+        return entry ? std::optional<Rect>(entry->bounds) : std::nullopt;
+    }
     // A picture of that window alone, without its frame shadow, at its size in
     // pixels (CGWindowListCreateImage with kCGWindowListOptionIncludingWindow
     // and kCGWindowImageBoundsIgnoreFraming). Null when the window is gone or

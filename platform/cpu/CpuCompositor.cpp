@@ -59,8 +59,7 @@ void CpuCompositor::copySurface(const Surface& source, Surface& target) {
     assert(&source != &target);
     const uint32_t height = std::min(source.height(), target.height());
     const size_t rowBytes = size_t(std::min(source.width(), target.width())) * 4;
-    SurfaceLock sourceLock(source);
-    SurfaceLock targetLock(target);
+    SurfacePairLock locks(source, target);
     if (source.bytesPerRow() == target.bytesPerRow() && rowBytes == source.bytesPerRow()) {
         std::memcpy(target.baseAddress(), source.baseAddress(), rowBytes * height);
         return;
@@ -78,8 +77,7 @@ void CpuCompositor::copyArea(const Surface& source, Surface& target, const Rect&
     const int bottom = std::min({int(area.MaxY()), int(source.height()), int(target.height())});
     if (left >= right || top >= bottom) return;
     const size_t rowBytes = size_t(right - left) * 4;
-    SurfaceLock sourceLock(source);
-    SurfaceLock targetLock(target);
+    SurfacePairLock locks(source, target);
     for (int y = top; y < bottom; ++y)
         std::memcpy(target.baseAddress() + size_t(y) * target.bytesPerRow() + size_t(left) * 4,
                     source.baseAddress() + size_t(y) * source.bytesPerRow() + size_t(left) * 4, rowBytes);

@@ -232,11 +232,7 @@ X11DisplayStream::Aim X11DisplayStream::Reaim() {
 
 bool X11DisplayStream::SameAsLastFrame(const Surface& frame) const {
     if (!fLastFrame) return false;
-    // Locked in the order of their addresses: pooled surfaces take turns as
-    // the last frame and the new one, and the two orders would cross.
-    const bool lastFirst = std::less<const Surface*>()(fLastFrame.get(), &frame);
-    SurfaceLock firstLock(lastFirst ? *fLastFrame : frame);
-    SurfaceLock secondLock(lastFirst ? frame : *fLastFrame);
+    SurfacePairLock locks(*fLastFrame, frame);
     return std::memcmp(fLastFrame->baseAddress(), frame.baseAddress(), frame.allocSize()) == 0;
 }
 

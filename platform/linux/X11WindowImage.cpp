@@ -87,31 +87,22 @@ X11WindowImage::X11WindowImage(const X11Connection& connection)
         fDamageEventBase = eventBase;
 }
 
-ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int height) {
-    const Window frame = FrameOf(client);
-    XWindowAttributes attributes{};
-    if (frame == None || !XGetWindowAttributes(fDisplay, frame, &attributes) || attributes.map_state != IsViewable)
-        return nullptr;
+ImageRef X11WindowImage::Capture(const X11WindowPlace& place) {
+    if (place.frame == None || !place.frameViewable) return nullptr;
     // The frame's pixmap covers its border too, from the outer corner.
-    const Area outer{attributes.x, attributes.y, attributes.width + 2 * attributes.border_width,
-                     attributes.height + 2 * attributes.border_width};
-    const Area wanted = Area{x, y, width, height}.Intersect(outer);
+    const Area outer{place.frameX, place.frameY, place.frameWidth, place.frameHeight};
+    const Area wanted = Area{place.x, place.y, place.width, place.height}.Intersect(outer);
     if (wanted.Empty()) return nullptr;
     // Without an alpha channel the fourth byte is whatever the server left.
-    const ImageAlpha alpha = attributes.depth == 32 ? ImageAlpha::Premultiplied : ImageAlpha::Padding;
+    const ImageAlpha alpha = place.depth == 32 ? ImageAlpha::Premultiplied : ImageAlpha::Padding;
     if (fComposite) {
-        Redirected& redirected = Redirect(frame);
+        Redirected& redirected = Redirect(place.frame);
         const Area read{wanted.x - outer.x, wanted.y - outer.y, wanted.width, wanted.height};
         if (!redirected.changed && redirected.image && redirected.read == read) return redirected.image;
         // Changes from here on are told by events still to come.
         redirected.changed = fDamageEventBase < 0;
-        X11ErrorTrap trap(fDisplay);
-        const Pixmap pixmap = XCompositeNameWindowPixmap(fDisplay, frame);
-        ImageRef image;
-        if (trap.Sync() == Success) {
-            image = Read(pixmap, read, alpha, attributes.visual, attributes.depth);
-            XFreePixmap(fDisplay, pixmap);
-        }
+        const Pixmap pixmap = PixmapOf(place.frame, redirected);
+        ImageRef image = pixmap != None ? Read(pixmap, read, alpha, place.visual, place.depth) : nullptr;
         redirected.read = read;
         redirected.image = image;
         if (image) return image;
@@ -122,27 +113,22 @@ ImageRef X11WindowImage::Capture(Window client, int x, int y, int width, int hei
     return onScreen.Empty() ? nullptr : Read(fRoot, onScreen, ImageAlpha::Padding, nullptr, 0);
 }
 
-Window X11WindowImage::FrameOf(Window client) const {
-    Window window = client;
-    for (;;) {
-        Window root = None, parent = None;
-        Window* children = nullptr;
-        unsigned count = 0;
-        if (!XQueryTree(fDisplay, window, &root, &parent, &children, &count)) return None;
-        if (children) XFree(children);
-        if (parent == None) return None; // the root itself
-        if (parent == root) return window;
-        window = parent;
-    }
+Pixmap X11WindowImage::PixmapOf(Window frame, Redirected& redirected) {
+    if (redirected.pixmap != None) return redirected.pixmap;
+    X11ErrorTrap trap(fDisplay);
+    const Pixmap pixmap = XCompositeNameWindowPixmap(fDisplay, frame);
+    if (trap.Sync() != Success) return None;
+    redirected.pixmap = pixmap;
+    return pixmap;
 }
 
 X11WindowImage::Redirected& X11WindowImage::Redirect(Window frame) {
     if (const auto found = fRedirected.find(frame); found != fRedirected.end()) return found->second;
     Redirected& redirected = fRedirected[frame];
     X11ErrorTrap trap(fDisplay);
-    // Told when the frame goes, so that a later window given the same id is
-    // redirected afresh.
-    XSelectInput(fDisplay, frame, StructureNotifyMask);
+    // Told when the frame changes size or goes, so that its pixmap is named
+    // again and a later window given the same id is redirected afresh.
+    XSelectInput(fDisplay, frame, X11WindowWatch::kWindowEvents);
     XCompositeRedirectWindow(fDisplay, frame, CompositeRedirectAutomatic);
     // Refused when a compositing manager holds the window in manual mode:
     // its pixmap can be named then all the same.
@@ -155,23 +141,27 @@ X11WindowImage::Redirected& X11WindowImage::Redirect(Window frame) {
     return redirected;
 }
 
-void X11WindowImage::ReadEvents() {
-    while (XEventsQueued(fDisplay, QueuedAfterReading) > 0) {
-        XEvent event;
-        XNextEvent(fDisplay, &event);
-        if (event.type == DestroyNotify) {
-            // The server frees the frame's damage with it.
-            fRedirected.erase(event.xdestroywindow.window);
-        } else if (fDamageEventBase >= 0 && event.type == fDamageEventBase + XDamageNotify) {
-            const auto& notify = reinterpret_cast<const XDamageNotifyEvent&>(event);
-            const auto found = fRedirected.find(notify.drawable);
-            if (found == fRedirected.end()) continue;
-            found->second.changed = true;
-            // Reported once until cleared: clear it to hear of the next change.
-            X11ErrorTrap trap(fDisplay);
-            XDamageSubtract(fDisplay, found->second.damage, None, None);
-        }
+void X11WindowImage::OnEvent(const XEvent& event) {
+    if (fDamageEventBase >= 0 && event.type == fDamageEventBase + XDamageNotify) {
+        const auto& notify = reinterpret_cast<const XDamageNotifyEvent&>(event);
+        const auto found = fRedirected.find(notify.drawable);
+        if (found == fRedirected.end()) return;
+        found->second.changed = true;
+        // Reported once until cleared: clear it to hear of the next change.
+        X11ErrorTrap trap(fDisplay);
+        XDamageSubtract(fDisplay, found->second.damage, None, None);
+        return;
     }
+    if (event.type != DestroyNotify && event.type != ConfigureNotify && event.type != MapNotify &&
+        event.type != UnmapNotify)
+        return;
+    const auto found = fRedirected.find(event.xany.window);
+    if (found == fRedirected.end()) return;
+    // A pixmap stays allocated until freed, whatever became of its window.
+    if (found->second.pixmap != None) XFreePixmap(fDisplay, found->second.pixmap);
+    found->second.pixmap = None;
+    // The server frees the frame's damage with it.
+    if (event.type == DestroyNotify) fRedirected.erase(found);
 }
 
 } // namespace qcp::platform::x11

@@ -10,6 +10,7 @@
 #include "ShmSurfaceMemory.h"
 #include "X11Connection.h"
 #include "X11ShmImage.h"
+#include "X11WindowWatch.h"
 
 namespace qcp::platform::x11 {
 
@@ -29,41 +30,42 @@ namespace qcp::platform::x11 {
 // of windows without an alpha channel say so (ImageAlpha::Padding): the copy
 // that draws them sets it.
 //
+// Frames are selected for X11WindowWatch::kWindowEvents (which include
+// their structure changes). A connection that closes frees the pixmaps.
+//
 // Used on the window server's connection, under its mutex and a trap.
 class X11WindowImage {
 public:
     explicit X11WindowImage(const X11Connection& connection);
 
-    // The client's frame cropped to `bounds` (root pixels: the client and its
-    // decorations), or what the screen shows there; null when it cannot be
-    // read.
-    ImageRef Capture(Window client, int x, int y, int width, int height);
+    // The client's frame cropped to the client with its decorations, or
+    // what the screen shows there; null when it cannot be read.
+    ImageRef Capture(const X11WindowPlace& place);
 
-    // Takes the events the connection received: the frames changed and the
-    // frames destroyed since. Called on every use of the connection, so that
-    // nothing piles up.
-    void ReadEvents();
+    // Takes an event of the connection: a frame changed, resized or
+    // destroyed. Every event is handed here, so that nothing piles up.
+    void OnEvent(const XEvent& event);
 
 private:
-    // The root's child that holds `client` (the client itself without a
-    // reparenting window manager); None when the client is gone.
-    Window FrameOf(Window client) const;
-
-    // A redirected frame: what was last read of it, and whether it changed
-    // since (always, without DAMAGE).
     struct Area {
         int x = 0, y = 0, width = 0, height = 0;
         bool Empty() const { return width <= 0 || height <= 0; }
         Area Intersect(const Area& other) const;
         friend bool operator==(const Area&, const Area&) = default;
     };
+    // A redirected frame: its pixmap while its size and mapping hold (the
+    // server gives it a new one when either changes), what was last read of
+    // it, and whether it changed since (always, without DAMAGE).
     struct Redirected {
         Damage damage = None;
+        Pixmap pixmap = None;
         bool changed = true;
         Area read; // in the frame's pixmap
         ImageRef image;
     };
     Redirected& Redirect(Window frame);
+    // The frame's pixmap, named once; None when the server refuses.
+    Pixmap PixmapOf(Window frame, Redirected& redirected);
     // An area of a drawable of that visual and depth, over MIT-SHM when it
     // can; null when the server refuses.
     ImageRef Read(Drawable drawable, const Area& area, ImageAlpha alpha, Visual* visual, int depth);

@@ -15,6 +15,11 @@ namespace qcp::platform::x11 {
 namespace {
 // _NET_WM_DESKTOP of a window shown on every desktop.
 constexpr unsigned long kAllDesktops = 0xFFFFFFFF;
+
+// A window's bounds as the seam gives them: from the main monitor's top-left.
+Rect BoundsOf(const X11WindowPlace& place, const X11Monitor& main) {
+    return {double(place.x - main.x), double(place.y - main.y), double(place.width), double(place.height)};
+}
 } // namespace
 
 X11WindowServer::Link* X11WindowServer::Connected() const {
@@ -25,11 +30,13 @@ std::vector<WindowInfo> X11WindowServer::windowList(bool onScreenOnly) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return {};
     X11ErrorTrap trap(fLink->connection->display());
-    fLink->images.ReadEvents();
+    ReadEvents();
     const X11Monitor main = MainMonitor();
     const long desktop = CurrentDesktop();
     std::vector<WindowInfo> windows;
-    for (const Window client : ClientsFrontToBack()) {
+    // A copy: describing a window may hear of a change to the list.
+    const std::vector<Window> clients = fLink->watch.Clients();
+    for (const Window client : clients) {
         std::optional<WindowInfo> info = Describe(client, main, desktop);
         if (info && (info->onScreen || !onScreenOnly)) windows.push_back(std::move(*info));
     }
@@ -41,22 +48,35 @@ std::optional<WindowInfo> X11WindowServer::window(uint32_t number) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return std::nullopt;
     X11ErrorTrap trap(fLink->connection->display());
-    fLink->images.ReadEvents();
-    if (!IsClient(number)) return std::nullopt;
+    ReadEvents();
+    if (!fLink->watch.IsClient(number)) return std::nullopt;
     std::optional<WindowInfo> info = Describe(number, MainMonitor(), CurrentDesktop());
     if (!fLink->connection->usable()) return std::nullopt;
     return info;
+}
+
+std::optional<Rect> X11WindowServer::windowBounds(uint32_t number) const {
+    std::lock_guard lock(fMutex);
+    if (!Connected()) return std::nullopt;
+    X11ErrorTrap trap(fLink->connection->display());
+    ReadEvents();
+    if (!fLink->watch.IsClient(number)) return std::nullopt;
+    const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
+    if (!place) return std::nullopt;
+    const X11Monitor main = MainMonitor();
+    if (!fLink->connection->usable()) return std::nullopt;
+    return BoundsOf(*place, main);
 }
 
 ImageRef X11WindowServer::windowImage(uint32_t number) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return nullptr;
     X11ErrorTrap trap(fLink->connection->display());
-    fLink->images.ReadEvents();
-    if (!IsClient(number)) return nullptr;
-    const std::optional<Frame> frame = ReadFrame(number);
-    if (!frame || !frame->viewable) return nullptr;
-    ImageRef image = fLink->images.Capture(number, frame->x, frame->y, frame->width, frame->height);
+    ReadEvents();
+    if (!fLink->watch.IsClient(number)) return nullptr;
+    const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
+    if (!place || !place->viewable) return nullptr;
+    ImageRef image = fLink->images.Capture(*place);
     if (!fLink->connection->usable()) return nullptr;
     return image;
 }
@@ -71,60 +91,24 @@ std::optional<std::string> X11WindowServer::ProcessName(int32_t pid) {
     return name;
 }
 
-std::vector<Window> X11WindowServer::ClientsFrontToBack() const {
+void X11WindowServer::ReadEvents() const {
     Display* display = fLink->connection->display();
-    const Window root = fLink->connection->root();
-    std::optional<std::vector<unsigned long>> clients =
-        X11Properties::ReadLongs(display, root, fLink->atoms.netClientListStacking, XA_WINDOW);
-    // Without the stacking list, the managing order is the best guess.
-    if (!clients) clients = X11Properties::ReadLongs(display, root, fLink->atoms.netClientList, XA_WINDOW);
-    std::vector<Window> windows;
-    if (clients) {
-        windows.assign(clients->rbegin(), clients->rend());
-        return windows;
+    // One round trip first: the server reports a change to every client as
+    // it makes it but sends each its reports in its own time, so a window
+    // another client has just closed could otherwise still be answered for.
+    // After it, every change made before this question has been heard.
+    XSync(display, False);
+    while (XEventsQueued(display, QueuedAlready) > 0) {
+        XEvent event;
+        XNextEvent(display, &event);
+        fLink->watch.OnEvent(event);
+        fLink->images.OnEvent(event);
     }
-    // No window manager: the root's own children, bottom to top, that a user
-    // could see (not the override-redirect menus and tooltips).
-    Window rootReturn = None, parent = None;
-    Window* children = nullptr;
-    unsigned count = 0;
-    if (!XQueryTree(display, root, &rootReturn, &parent, &children, &count)) return windows;
-    for (unsigned i = count; i-- > 0;) {
-        XWindowAttributes attributes{};
-        if (XGetWindowAttributes(display, children[i], &attributes) && attributes.c_class == InputOutput &&
-            !attributes.override_redirect)
-            windows.push_back(children[i]);
-    }
-    if (children) XFree(children);
-    return windows;
-}
-
-bool X11WindowServer::IsClient(Window window) const {
-    if (window == None) return false;
-    const std::vector<Window> clients = ClientsFrontToBack();
-    return std::find(clients.begin(), clients.end(), window) != clients.end();
-}
-
-std::optional<X11WindowServer::Frame> X11WindowServer::ReadFrame(Window client) const {
-    Display* display = fLink->connection->display();
-    XWindowAttributes attributes{};
-    int x = 0, y = 0;
-    Window child = None;
-    if (!XGetWindowAttributes(display, client, &attributes) ||
-        !XTranslateCoordinates(display, client, fLink->connection->root(), 0, 0, &x, &y, &child))
-        return std::nullopt;
-    // left, right, top, bottom
-    const std::vector<unsigned long> extents =
-        X11Properties::ReadLongs(display, client, fLink->atoms.netFrameExtents, XA_CARDINAL)
-            .value_or(std::vector<unsigned long>{});
-    const auto extent = [&](size_t i) { return extents.size() == 4 ? int(extents[i]) : 0; };
-    return Frame{x - extent(0), y - extent(2), attributes.width + extent(0) + extent(1),
-                 attributes.height + extent(2) + extent(3), attributes.map_state == IsViewable};
 }
 
 std::optional<WindowInfo> X11WindowServer::Describe(Window client, const X11Monitor& main, long currentDesktop) const {
     Display* display = fLink->connection->display();
-    const std::optional<Frame> frame = ReadFrame(client);
+    const std::optional<X11WindowPlace> frame = fLink->watch.Place(client);
     if (!frame) return std::nullopt; // gone meanwhile
     WindowInfo info;
     info.number = uint32_t(client);
@@ -139,7 +123,7 @@ std::optional<WindowInfo> X11WindowServer::Describe(Window client, const X11Moni
     info.ownerPID = owner.id;
     if (owner.isProcess) info.ownerName = ProcessName(owner.id);
     if (!info.ownerName) info.ownerName = className;
-    info.bounds = {double(frame->x - main.x), double(frame->y - main.y), double(frame->width), double(frame->height)};
+    info.bounds = BoundsOf(*frame, main);
     info.onScreen = frame->viewable && OnCurrentDesktop(client, currentDesktop) && !HiddenOrMinimised(client);
     return info;
 }

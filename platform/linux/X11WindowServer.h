@@ -10,6 +10,7 @@
 #include "X11Monitors.h"
 #include "X11Server.h"
 #include "X11WindowImage.h"
+#include "X11WindowWatch.h"
 
 namespace qcp::platform::x11 {
 
@@ -26,16 +27,18 @@ namespace qcp::platform::x11 {
 // minimised. Without a window manager, the root's children stand in for the
 // clients.
 //
-// Every call reads the server afresh (a round trip or so per property), on a
-// connection of its own guarded by the mutex; any thread. Without a
-// reachable server there are no windows and no pictures; asking for the
-// list or a window is what tries a lost server again (see X11Server).
+// The client list and where windows are come from X11WindowWatch, kept from
+// events; the rest is read afresh at every call (a round trip or so per
+// property), on a connection of its own guarded by the mutex; any thread.
+// Without a reachable server there are no windows and no pictures; asking
+// for the list or a window is what tries a lost server again (see X11Server).
 class X11WindowServer final : public WindowServer {
 public:
     explicit X11WindowServer(X11Server& server) : fServer(server) {}
 
     std::vector<WindowInfo> windowList(bool onScreenOnly) const override;
     std::optional<WindowInfo> window(uint32_t number) const override;
+    std::optional<Rect> windowBounds(uint32_t number) const override;
     ImageRef windowImage(uint32_t number) const override;
     int32_t ownPID() const override;
 
@@ -44,27 +47,23 @@ public:
     static std::optional<std::string> ProcessName(int32_t pid);
 
 private:
-    // Where a client and its decorations are, in root pixels.
-    struct Frame {
-        int x = 0, y = 0, width = 0, height = 0;
-        bool viewable = false;
-    };
-
     // What belongs to one connection.
     struct Link {
         explicit Link(std::unique_ptr<X11Connection> made)
-            : connection(std::move(made)), atoms(connection->display()), images(*connection) {}
+            : connection(std::move(made)), atoms(connection->display()), watch(*connection, atoms),
+              images(*connection) {}
         const std::unique_ptr<X11Connection> connection;
         const X11Atoms atoms;
+        X11WindowWatch watch;
         X11WindowImage images;
     };
     // The current link, remade when stale; null without a server.
     Link* Connected() const;
 
     // The caller holds fMutex and a trap, and has a link.
-    std::vector<Window> ClientsFrontToBack() const;
-    bool IsClient(Window window) const;
-    std::optional<Frame> ReadFrame(Window client) const;
+    // Hands every event the server sent before this call to the watch and
+    // the images (one round trip).
+    void ReadEvents() const;
     std::optional<WindowInfo> Describe(Window client, const X11Monitor& main, long currentDesktop) const;
     bool OnCurrentDesktop(Window client, long currentDesktop) const;
     bool HiddenOrMinimised(Window client) const;

@@ -1,6 +1,6 @@
-// A display capture in steady state allocates nothing per frame on the
-// plug-in's threads, on a real X server, with the cursor off and drawn (the
-// render loop). A client repaints small parts all the while.
+// A display or window capture in steady state allocates nothing per frame on
+// the plug-in's threads, on a real X server, with the cursor off and drawn.
+// A client repaints small parts of a window all the while.
 // TestDesktop first: GoogleTest before Xlib's macros.
 #include "LinuxPluginTest.h"
 
@@ -66,6 +66,18 @@ std::string DisplaySettings(bool cursor) {
 // The stream's thread and queue, and the render loop's queue (named by the source).
 const std::vector<std::string> kDisplayThreads = {"display stream", "com.qcp.capture", kSource};
 
+// The painted window, by its title and its application (a window without a
+// process id is its class's).
+std::string WindowSettings(bool cursor) {
+    return std::string("<settings><parameter name=\"Type\" value=\"1\"/>"
+                       "<parameter name=\"capture_window\" value=\"Painted\"/>"
+                       "<parameter name=\"capture_app\" value=\"QcpTest\"/><parameter name=\"cursor\" value=\"") +
+           (cursor ? "true" : "false") + "\"/></settings>";
+}
+
+// The display link's thread, which reads the window and draws the cursor.
+const std::vector<std::string> kWindowThreads = {"display link"};
+
 } // namespace
 
 TEST_F(CaptureAllocationTest, ADisplayWithTheCursorOffAllocatesNothingPerFrame) {
@@ -76,4 +88,14 @@ TEST_F(CaptureAllocationTest, ADisplayWithTheCursorOffAllocatesNothingPerFrame) 
 TEST_F(CaptureAllocationTest, ADisplayWithTheCursorDrawnAllocatesNothingPerFrame) {
     ASSERT_TRUE(Capture(DisplaySettings(true)));
     EXPECT_EQ(AllocationsOverFrames(60, kDisplayThreads), 0);
+}
+
+TEST_F(CaptureAllocationTest, AWindowWithTheCursorOffAllocatesNothingPerFrame) {
+    ASSERT_TRUE(Capture(WindowSettings(false)));
+    EXPECT_EQ(AllocationsOverFrames(60, kWindowThreads), 0);
+}
+
+TEST_F(CaptureAllocationTest, AWindowWithTheCursorDrawnAllocatesNothingPerFrame) {
+    ASSERT_TRUE(Capture(WindowSettings(true)));
+    EXPECT_EQ(AllocationsOverFrames(60, kWindowThreads), 0);
 }

@@ -83,3 +83,39 @@ TEST_F(WindowImageTest, APictureNoOneHoldsAnyMoreIsWrittenAgainWithTheNextChange
     EXPECT_NE(green.lock(), red.lock());
     EXPECT_EQ(red.lock(), blue);
 }
+
+// Where a window is and which windows there are are kept from the server's
+// events: each change must be seen by the very next question, frame after
+// frame, with no round trip asking again in between.
+TEST_F(WindowImageTest, AMovedResizedOrClosedWindowIsSeenAtTheNextPicture) {
+    const Window window = desktop->Open({"Moving"}, 0x00FFFF, 100, 100, 400, 300);
+    ASSERT_NE(window, None);
+    const uint32_t id = uint32_t(window);
+    WindowServer& server = platform->windowServer();
+    // As the window server sees it: its bounds, and its picture's size and middle.
+    const auto seenAs = [&](const TestDesktop::Area& frame) {
+        const Rect bounds{double(frame.x), double(frame.y), double(frame.width), double(frame.height)};
+        const std::optional<WindowInfo> info = server.window(id);
+        const ImageRef image = server.windowImage(id);
+        return info && info->bounds == bounds && server.windowBounds(id) == bounds &&
+               image && image->width() == uint32_t(frame.width) && image->height() == uint32_t(frame.height) &&
+               PixelAt(*image, frame.width / 2, frame.height / 2) == Opaque(0x00FFFF);
+    };
+    ASSERT_TRUE(TestDesktop::WaitUntil([&] { return seenAs(desktop->FrameArea(window)); }));
+
+    XMoveResizeWindow(desktop->display(), window, 500, 300, 640, 360);
+    XSync(desktop->display(), False);
+    // Once the window manager has placed it, the next look sees it there.
+    ASSERT_TRUE(TestDesktop::WaitUntil([&] {
+        const TestDesktop::Area frame = desktop->FrameArea(window);
+        return frame.x != 100 && frame.width > 600 && seenAs(frame);
+    })) << "moved and resized";
+
+    desktop->Close(window);
+    EXPECT_TRUE(TestDesktop::WaitUntil(
+        [&] { return !server.window(id) && !server.windowImage(id) && !server.windowBounds(id); }));
+    const Window next = desktop->Open({"Next"}, 0xFFFF00, 100, 100, 200, 100);
+    ASSERT_NE(next, None);
+    EXPECT_TRUE(TestDesktop::WaitUntil([&] { return server.windowImage(uint32_t(next)) != nullptr; }))
+        << "a new client is listed";
+}

@@ -43,12 +43,12 @@ void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
 
 void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {
     Platform& platform = *Current();
-    const std::optional<WindowInfo> entry = platform.windowServer().window(windowID);
+    const std::optional<Rect> bounds = platform.windowServer().windowBounds(windowID);
     // One reading of the screen list, into a vector kept from frame to frame,
     // serves every question below.
     std::vector<ScreenInfo>& screens = fWindowScreens;
     platform.screens().list(screens);
-    if (!entry || screens.empty() || entry->bounds.width <= 0) return;
+    if (!bounds || screens.empty() || bounds->width <= 0) return;
     // Only while the mouse is on the screen that shows the window.
     const Point mouse = platform.cursor().mouseLocation();
     const ScreenInfo* mouseScreen = nullptr;
@@ -58,13 +58,13 @@ void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {
             break;
         }
     // The window's display is the mouse's screen, which is in the list.
-    const MacCaptureDisplay* display = MacCaptureWindowManager::displayForRect(entry->bounds, nullptr, screens);
+    const MacCaptureDisplay* display = MacCaptureWindowManager::displayForRect(*bounds, nullptr, screens);
     if (!mouseScreen || !display || display->displayID != mouseScreen->displayID) return;
 
     const CursorImage cursor = platform.cursor().currentCursor();
     if (!cursor.image) return;
-    const double scale = surface.width() / entry->bounds.width;
-    const Rect where = CursorGeometry::ForWindow(entry->bounds, screens[0].frame, scale, mouse,
+    const double scale = surface.width() / bounds->width;
+    const Rect where = CursorGeometry::ForWindow(*bounds, screens[0].frame, scale, mouse,
                                                  {cursor.width, cursor.height, cursor.hotSpot});
     if (!where.Intersects({0, 0, double(surface.width()), double(surface.height())})) return;
     platform.compositor().drawImage(surface, *cursor.image, CursorGeometry::FlipToTopLeft(where, surface.height()));
