@@ -94,23 +94,21 @@ TEST_F(CompositingTest, OutputIsReusedUntilTheSourceSizeChanges) {
 
 // Over both kinds of stream: one that lends its frames (the cursor is drawn
 // into them, what it covers kept aside) and one that keeps them (a copy).
-class RenderLoopTest : public CompositingTest, public testing::WithParamInterface<bool> {};
-INSTANTIATE_TEST_SUITE_P(, RenderLoopTest, testing::Bool(),
-                         [](const auto& info) { return info.param ? "LentFrames" : "KeptFrames"; });
-
-TEST_P(RenderLoopTest, TheCursorMovesOverStillAndChangedFramesAndNoPixelStaysBehind) {
-    world().SetStreamsLendFrames(GetParam());
-    world().AddProcess(4321, "App");
-    const uint32_t window = world().OpenWindow(4321, "W", {1200, 100, 300, 200});
-    ManualClock clock; // the render loop and the stream both follow it
-    RecordingObserver observer;
-    observer.keepPixels = true;
-    source->setShowCursor(true);
-    source->registerObserver(&observer);
-    world().SetMouse({5000, 5000}); // off the display: the first passes draw no cursor
-    ASSERT_TRUE(source->start());
-    // The next composed frame: the clock moved on until the loop's next deadline.
-    const auto pass = [&] {
+class RenderLoopTest : public CompositingTest, public testing::WithParamInterface<bool> {
+protected:
+    // Starts the capture with the cursor on and the mouse off the display.
+    void Start() {
+        world().SetStreamsLendFrames(GetParam());
+        observer.keepPixels = true;
+        source->setShowCursor(true);
+        source->registerObserver(&observer);
+        world().SetMouse({5000, 5000}); // off the display: the first passes draw no cursor
+        ASSERT_TRUE(source->start());
+        ASSERT_TRUE(FirstStreamFrame(clock));
+        ASSERT_TRUE(WaitFor([&] { return !observer.Frames().empty(); }, 10s));
+    }
+    // The next frame the observer gets: the clock moved on until one came.
+    SeenFrame Pass() {
         const size_t seen = observer.Frames().size();
         for (int step = 0; step < 100 && observer.Frames().size() == seen; ++step) {
             clock.Advance(MC::MacCaptureSource::kRenderIntervalMicros / 4);
@@ -118,43 +116,74 @@ TEST_P(RenderLoopTest, TheCursorMovesOverStillAndChangedFramesAndNoPixelStaysBeh
         }
         EXPECT_GT(observer.Frames().size(), seen);
         return observer.Frames().back();
-    };
-    const auto pixel = [](const SeenFrame& frame, uint32_t x, uint32_t y) {
+    }
+    static uint32_t Pixel(const SeenFrame& frame, uint32_t x, uint32_t y) {
         uint32_t value;
         std::memcpy(&value, frame.pixels.data() + (size_t(y) * 1920 + x) * 4, 4);
         return value;
-    };
+    }
     // The pixels where `frame` differs from `clean`, outside the cursor at (x, y).
-    const auto differing = [&](const SeenFrame& frame, const SeenFrame& clean, uint32_t x, uint32_t y) {
+    static size_t Differing(const SeenFrame& frame, const SeenFrame& clean, uint32_t x, uint32_t y) {
         size_t count = 0;
         for (uint32_t row = 0; row < 1080; ++row)
             for (uint32_t column = 0; column < 1920; ++column)
                 if (!(column >= x && column < x + 4 && row >= y && row < y + 4))
-                    count += pixel(frame, column, row) != pixel(clean, column, row);
+                    count += Pixel(frame, column, row) != Pixel(clean, column, row);
         return count;
-    };
-    ASSERT_TRUE(FirstStreamFrame(clock));
-    ASSERT_TRUE(WaitFor([&] { return !observer.Frames().empty(); }, 10s));
-    const SeenFrame clean = pass();
+    }
+
+    ManualClock clock; // the render loop and the stream both follow it
+    RecordingObserver observer;
+};
+INSTANTIATE_TEST_SUITE_P(, RenderLoopTest, testing::Bool(),
+                         [](const auto& info) { return info.param ? "LentFrames" : "KeptFrames"; });
+
+TEST_P(RenderLoopTest, TheCursorMovesOverStillAndChangedFramesAndNoPixelStaysBehind) {
+    world().AddProcess(4321, "App");
+    const uint32_t window = world().OpenWindow(4321, "W", {1200, 100, 300, 200});
+    Start();
+    const SeenFrame clean = Pass();
 
     world().SetMouse({100, 880}); // the cursor's top-left at (100, 198), as above
-    const SeenFrame first = pass();
-    EXPECT_EQ(pixel(first, 101, 199), kCursorColour);
+    const SeenFrame first = Pass();
+    EXPECT_EQ(Pixel(first, 101, 199), kCursorColour);
     world().SetMouse({300, 580}); // now at (300, 498)
-    const SeenFrame second = pass();
-    EXPECT_EQ(pixel(second, 301, 499), kCursorColour);
-    EXPECT_EQ(differing(second, clean, 300, 498), 0u) << "the frame as captured but for the cursor";
+    const SeenFrame second = Pass();
+    EXPECT_EQ(Pixel(second, 301, 499), kCursorColour);
+    EXPECT_EQ(Differing(second, clean, 300, 498), 0u) << "the frame as captured but for the cursor";
 
     // A new frame, the window now over the old cursor, and the cursor moved
     // again; then the cursor off the display shows that frame as captured.
     world().MoveWindow(window, 250, 450);
     world().SetMouse({500, 280}); // now at (500, 798)
-    SeenFrame third = pass();
-    for (int step = 0; step < 100 && pixel(third, 301, 499) == pixel(clean, 301, 499); ++step) third = pass();
-    ASSERT_NE(pixel(third, 301, 499), pixel(clean, 301, 499)) << "the window's colour";
-    EXPECT_EQ(pixel(third, 501, 799), kCursorColour);
+    SeenFrame third = Pass();
+    for (int step = 0; step < 100 && Pixel(third, 301, 499) == Pixel(clean, 301, 499); ++step) third = Pass();
+    ASSERT_NE(Pixel(third, 301, 499), Pixel(clean, 301, 499)) << "the window's colour";
+    EXPECT_EQ(Pixel(third, 501, 799), kCursorColour);
     world().SetMouse({5000, 5000});
-    const SeenFrame changedClean = pass();
-    EXPECT_EQ(differing(third, changedClean, 500, 798), 0u) << "nothing of the old frame or cursors";
+    const SeenFrame changedClean = Pass();
+    EXPECT_EQ(Differing(third, changedClean, 500, 798), 0u) << "nothing of the old frame or cursors";
+    source->stop();
+}
+
+TEST_P(RenderLoopTest, TurnedOffMidRunTheCursorLeavesTheFrameOnScreenAndNoMoreComposedFramesCome) {
+    Start();
+    const SeenFrame clean = Pass();
+    world().SetMouse({100, 880}); // the cursor's top-left at (100, 198)
+    ASSERT_EQ(Pixel(Pass(), 101, 199), kCursorColour);
+
+    source->setShowCursor(false);
+    const SeenFrame off = Pass();
+    EXPECT_EQ(Differing(off, clean, 0, 0), 0u) << "the frame on screen, its cursor gone";
+    // A still screen: the stream sends nothing, and neither does the loop.
+    const size_t count = observer.Frames().size();
+    for (int step = 0; step < 8; ++step) clock.Advance(MC::MacCaptureSource::kRenderIntervalMicros / 2);
+    EXPECT_FALSE(WaitFor([&] { return observer.Frames().size() > count; }, 200ms));
+
+    source->setShowCursor(true);
+    world().SetMouse({300, 580}); // now at (300, 498)
+    const SeenFrame on = Pass();
+    EXPECT_EQ(Pixel(on, 301, 499), kCursorColour);
+    EXPECT_EQ(Differing(on, clean, 300, 498), 0u);
     source->stop();
 }

@@ -116,6 +116,9 @@ private:
     qcp::platform::SurfaceRef composeLatestFrame(qcp::platform::SurfaceRef output);
     // Draws the cursor into a lent frame, keeping what it covers in fUnderCursor.
     void drawCursorIntoFrame(qcp::platform::Surface& frame);
+    // The latest frame to the observers as it is, its cursor taken out
+    // where it was drawn into it.
+    void sendLatestWithoutCursor();
     void send_surface_to_observers(qcp::platform::Surface* surface, uint64_t time);
     void send_no_video_feed_message();
     void feedDetectionLoop();
@@ -168,6 +171,7 @@ private:
     // and, while the composed surface is a lent frame, what its cursor covers.
     bool fLatestShared = false;
     qcp::platform::SurfaceRef fUnderCursor;
+    bool fPlainSent = false; // since the cursor was turned off mid-run
     std::vector<qcp::platform::ScreenInfo> fCursorScreens; // the render loop's, reused
     std::vector<qcp::platform::ScreenInfo> fWindowScreens; // the display link's, reused
 };

@@ -1,5 +1,7 @@
 // Display and region capture: the stream's frames, and the render loop that
-// draws the cursor into them sixty times a second.
+// draws the cursor into them sixty times a second (and, once the cursor is
+// turned off mid-run, sends the frame on screen once without it and then
+// leaves the frames to the stream).
 #include <algorithm>
 #include <cmath>
 
@@ -57,6 +59,7 @@ void MacCaptureSource::onStreamFrame(FrameStatus status, uint64_t displayTime, S
 void MacCaptureSource::startRenderLoop(Surface* first) {
     fLatestSurface = SurfaceRef::Retain(first);
     fLatestShared = false;
+    fPlainSent = false;
     ++fLatestNumber;
     fComposedNumber = 0;
     fDirtySinceComposed.Clear();
@@ -85,9 +88,15 @@ void MacCaptureSource::renderLoop() {
     while (!fRenderStopping) {
         {
             zLocker lock(*fRenderLock);
-            // A pass that cannot make a surface sends nothing; the next tries again.
-            fComposedSurface = composeLatestFrame(std::move(fComposedSurface));
-            if (fComposedSurface) send_surface_to_observers(fComposedSurface.get(), 0);
+            if (fShowCursor) {
+                // A pass that cannot make a surface sends nothing; the next tries again.
+                fComposedSurface = composeLatestFrame(std::move(fComposedSurface));
+                if (fComposedSurface) send_surface_to_observers(fComposedSurface.get(), 0);
+                fPlainSent = false;
+            } else if (!fPlainSent) {
+                sendLatestWithoutCursor();
+                fPlainSent = true;
+            }
         }
         deadline += kRenderIntervalMicros;
         const int64_t now = zTime::MicroNow();
@@ -96,15 +105,30 @@ void MacCaptureSource::renderLoop() {
     }
 }
 
+void MacCaptureSource::sendLatestWithoutCursor() {
+    Surface* frame = fLatestSurface.get();
+    if (!frame) return;
+    if (fComposedSurface.get() == frame && fComposedCursor) {
+        // A lent frame with the cursor drawn in: its own pixels back.
+        Current()->compositor().copyArea(*fUnderCursor, *frame, *fComposedCursor);
+        fComposedCursor.reset();
+    }
+    fLatestShared = true;
+    send_surface_to_observers(frame, 0);
+}
+
 SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
     Surface* frame = fLatestSurface.get();
     const bool fresh = fLatestNumber != fComposedNumber;
-    if (frame && fresh && fStreamLends && !fLatestShared && frame->width() != 0 && frame->height() != 0) {
+    const bool lent = frame && fStreamLends && !fLatestShared && frame->width() != 0 && frame->height() != 0;
+    // A frame that went out as it is meanwhile is no longer this loop's to draw into.
+    if (!lent && output && output.get() == frame) output.reset();
+    if (lent && fresh) {
         // The stream writes every frame whole and no one else has this one:
         // the cursor goes into it, and nothing is copied.
         output = fLatestSurface;
         drawCursorIntoFrame(*output);
-    } else if (output && output.get() == frame) {
+    } else if (lent && output.get() == frame) {
         // The lent frame again, the cursor perhaps elsewhere: its pixels back first.
         if (fComposedCursor) Current()->compositor().copyArea(*fUnderCursor, *output, *fComposedCursor);
         drawCursorIntoFrame(*output);
