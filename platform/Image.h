@@ -49,7 +49,6 @@ public:
     const uint8_t* pixels() const { return fPixels; }
     const uint8_t* row(uint32_t y) const { return fPixels + size_t(y) * fBytesPerRow; }
     ImageAlpha alpha() const { return fAlpha; }
-    bool opaque() const { return fAlpha != ImageAlpha::Premultiplied; }
 
 private:
     uint32_t fWidth;

@@ -34,9 +34,7 @@ std::vector<WindowInfo> X11WindowServer::windowList(bool onScreenOnly) const {
     const X11Monitor main = MainMonitor();
     const long desktop = CurrentDesktop();
     std::vector<WindowInfo> windows;
-    // A copy: describing a window may hear of a change to the list.
-    const std::vector<Window> clients = fLink->watch.Clients();
-    for (const Window client : clients) {
+    for (const Window client : fLink->watch.Clients()) {
         std::optional<WindowInfo> info = Describe(client, main, desktop);
         if (info && (info->onScreen || !onScreenOnly)) windows.push_back(std::move(*info));
     }

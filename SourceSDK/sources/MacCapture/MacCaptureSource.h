@@ -116,6 +116,8 @@ private:
     qcp::platform::SurfaceRef composeLatestFrame(qcp::platform::SurfaceRef output);
     // Draws the cursor into a lent frame, keeping what it covers in fUnderCursor.
     void drawCursorIntoFrame(qcp::platform::Surface& frame);
+    // Puts the pixels the cursor covers back into the lent frame it was drawn into.
+    void putBackUnderCursor(qcp::platform::Surface& frame);
     // The latest frame to the observers as it is, its cursor taken out
     // where it was drawn into it.
     void sendLatestWithoutCursor();

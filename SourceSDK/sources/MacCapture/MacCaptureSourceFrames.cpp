@@ -108,11 +108,8 @@ void MacCaptureSource::renderLoop() {
 void MacCaptureSource::sendLatestWithoutCursor() {
     Surface* frame = fLatestSurface.get();
     if (!frame) return;
-    if (fComposedSurface.get() == frame && fComposedCursor) {
-        // A lent frame with the cursor drawn in: its own pixels back.
-        Current()->compositor().copyArea(*fUnderCursor, *frame, *fComposedCursor);
-        fComposedCursor.reset();
-    }
+    // A lent frame with the cursor drawn in: its own pixels back.
+    if (fComposedSurface.get() == frame) putBackUnderCursor(*frame);
     fLatestShared = true;
     send_surface_to_observers(frame, 0);
 }
@@ -130,7 +127,7 @@ SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
         drawCursorIntoFrame(*output);
     } else if (lent && output.get() == frame) {
         // The lent frame again, the cursor perhaps elsewhere: its pixels back first.
-        if (fComposedCursor) Current()->compositor().copyArea(*fUnderCursor, *output, *fComposedCursor);
+        putBackUnderCursor(*output);
         drawCursorIntoFrame(*output);
     } else if (output && frame && fComposedNumber != 0 && SameGeometry(*frame, *output)) {
         // The output holds an earlier frame of this run: only what changed
@@ -155,6 +152,12 @@ SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, Su
     Current()->compositor().copySurface(*source, *output);
     fComposedCursor = render_cursor_to_current_surface(*output);
     return output;
+}
+
+void MacCaptureSource::putBackUnderCursor(Surface& frame) {
+    if (!fComposedCursor) return;
+    Current()->compositor().copyArea(*fUnderCursor, frame, *fComposedCursor);
+    fComposedCursor.reset();
 }
 
 void MacCaptureSource::drawCursorIntoFrame(Surface& frame) {
