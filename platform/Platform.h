@@ -11,6 +11,7 @@
 #include "SelectionUI.h"
 #include "Surface.h"
 #include "System.h"
+#include "WindowFrames.h"
 #include "WindowServer.h"
 
 // The operating system as the portable core sees it: one small seam per
@@ -48,6 +49,14 @@ public:
     // or memory cannot be had. Any thread. Platforms that share surfaces with
     // other processes back them with shared memory.
     virtual Surface* createSurface(const SurfaceProperties& properties) { return Surface::Create(properties); }
+    // Frames of window `number` read straight into surfaces (WindowFrames.h).
+    // Null where the platform reads nothing cheaper than windowImage's
+    // pictures, which the core then copies into a surface of its own. Any
+    // thread.
+    virtual std::unique_ptr<WindowFrames> createWindowFrames(uint32_t number) {
+        (void)number;
+        return nullptr;
+    }
 
     // The selection window and the region selector overlay (SelectionUI.h)
     // for the core's controller `input`. Null where the platform has no user

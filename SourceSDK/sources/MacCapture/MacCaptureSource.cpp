@@ -8,6 +8,7 @@
 #include "CommonSDKVariables.h"
 #include "MacCaptureLogging.h"
 #include "MacCaptureObserver.h"
+#include "PictureWindowFrames.h"
 #include "Platform.h"
 #include "zTime.h"
 
@@ -106,6 +107,10 @@ bool MacCaptureSource::startWindowCapture() {
     fWindowInfo.outputHeight = fOutputHeight;
     fWindowInfo.showCursor = fShowCursor;
     fWindowInfo.userData = fWindowUserData;
+    fWindowInfo.frames = Current()->createWindowFrames(fWindowID);
+    if (!fWindowInfo.frames) fWindowInfo.frames = std::make_unique<PictureWindowFrames>(fWindowID);
+    fWindowInfo.surface.reset();
+    fWindowInfo.cursorCovered.reset();
     fDisplayLink =
         Current()->createDisplayLink(fDisplayID, [this](int64_t videoTime) { displayLinkCallback(videoTime); });
     fRunning = fDisplayLink && fDisplayLink->Start();

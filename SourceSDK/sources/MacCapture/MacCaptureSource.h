@@ -12,6 +12,7 @@
 #include "Image.h"
 #include "Screens.h"
 #include "Surface.h"
+#include "WindowFrames.h"
 #include "zColor.h"
 #include "zCritical.h"
 #include "zQueue.h"
@@ -30,8 +31,11 @@ struct MacCaptureWindowUserInfoStruct {
     double outputHeight = 0;
     bool showCursor = false;
     long long userData = 0;
-    qcp::platform::SurfaceRef surface; // reused from frame to frame
-    qcp::platform::ImageRef image;     // the picture the surface holds, the cursor aside
+    std::unique_ptr<qcp::platform::WindowFrames> frames;
+    qcp::platform::SurfaceRef surface; // the last frame sent
+    // What the cursor drawn into that frame covers, and those pixels as read.
+    std::optional<qcp::platform::Rect> cursorCovered;
+    qcp::platform::SurfaceRef underCursor;
 };
 
 // The video of one capture source: a whole display, a rectangle of one, or
@@ -116,6 +120,16 @@ private:
     qcp::platform::SurfaceRef composeLatestFrame(qcp::platform::SurfaceRef output);
     // Draws the cursor into a lent frame, keeping what it covers in fUnderCursor.
     void drawCursorIntoFrame(qcp::platform::Surface& frame);
+    // Makes `under` a surface of the frame's geometry, kept while it matches;
+    // false when none can be made.
+    static bool keepAsideFor(const qcp::platform::Surface& frame, qcp::platform::SurfaceRef& under);
+    // Draws the cursor's picture at `drawn` (target pixels, origin top-left),
+    // first copying the whole pixels it covers into `under` when given;
+    // answers those pixels.
+    static std::optional<qcp::platform::Rect> drawCursorPicture(qcp::platform::Surface& target,
+                                                                const qcp::platform::Image& cursor,
+                                                                const qcp::platform::Rect& drawn,
+                                                                qcp::platform::Surface* under);
     // Puts the pixels the cursor covers back into the lent frame it was drawn into.
     void putBackUnderCursor(qcp::platform::Surface& frame);
     // The latest frame to the observers as it is, its cursor taken out
@@ -125,7 +139,10 @@ private:
     void send_no_video_feed_message();
     void feedDetectionLoop();
     void displayLinkCallback(int64_t videoTime);
-    void drawWindowCursor(qcp::platform::Surface& surface, uint32_t windowID);
+    // Draws the cursor over a window's frame where the mouse is over it,
+    // keeping what it covers in `under`; answers those pixels.
+    std::optional<qcp::platform::Rect> drawWindowCursor(qcp::platform::Surface& frame, uint32_t windowID,
+                                                        qcp::platform::SurfaceRef& under);
     bool startWindowCapture();
     bool startStream();
     // Destroys the stream, its queue and the render loop, in that order.

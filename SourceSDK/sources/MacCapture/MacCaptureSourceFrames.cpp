@@ -161,9 +161,22 @@ void MacCaptureSource::putBackUnderCursor(Surface& frame) {
 }
 
 void MacCaptureSource::drawCursorIntoFrame(Surface& frame) {
-    if (!fUnderCursor || !SameGeometry(*fUnderCursor, frame))
-        fUnderCursor = SurfaceRef::Adopt(Current()->createSurface(frame.properties()));
-    fComposedCursor = fUnderCursor ? render_cursor_to_current_surface(frame, fUnderCursor.get()) : std::nullopt;
+    fComposedCursor = keepAsideFor(frame, fUnderCursor) ? render_cursor_to_current_surface(frame, fUnderCursor.get())
+                                                        : std::nullopt;
+}
+
+bool MacCaptureSource::keepAsideFor(const Surface& frame, SurfaceRef& under) {
+    if (!under || !SameGeometry(*under, frame)) under = SurfaceRef::Adopt(Current()->createSurface(frame.properties()));
+    return bool(under);
+}
+
+std::optional<Rect> MacCaptureSource::drawCursorPicture(Surface& target, const Image& cursor, const Rect& drawn,
+                                                        Surface* under) {
+    const double left = std::floor(drawn.x), top = std::floor(drawn.y);
+    const Rect covered{left, top, std::ceil(drawn.MaxX()) - left, std::ceil(drawn.MaxY()) - top};
+    if (under) Current()->compositor().copyArea(target, *under, covered);
+    Current()->compositor().drawImage(target, cursor, drawn);
+    return covered;
 }
 
 std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& target, Surface* under) {
@@ -182,12 +195,7 @@ std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& 
     // Points against pixels, unscaled, as the geometry intends.
     const Rect bounds{0, 0, double(target.width()), double(target.height())};
     if (!where.Intersects(bounds)) return std::nullopt;
-    const Rect drawn = CursorGeometry::FlipToTopLeft(where, target.height());
-    const double left = std::floor(drawn.x), top = std::floor(drawn.y);
-    const Rect covered{left, top, std::ceil(drawn.MaxX()) - left, std::ceil(drawn.MaxY()) - top};
-    if (under) Current()->compositor().copyArea(target, *under, covered);
-    Current()->compositor().drawImage(target, *cursor.image, drawn);
-    return covered;
+    return drawCursorPicture(target, *cursor.image, CursorGeometry::FlipToTopLeft(where, target.height()), under);
 }
 
 } // namespace MC

@@ -1,8 +1,9 @@
 // Window capture: on every refresh of the display, the window is looked up by
-// number, imaged alone, copied into the reused surface and, when asked, the
-// cursor is drawn over it with the window's own geometry.
+// number and its frame read (by the platform straight into a surface, else
+// its picture copied into one); when asked, the cursor is drawn into the
+// frame with the window's own geometry, the pixels it covers kept aside so
+// that an unchanged frame takes it elsewhere without being read again.
 #include "CursorGeometry.h"
-#include "MacCaptureDisplayUtils.h"
 #include "MacCaptureObserver.h"
 #include "MacCaptureSource.h"
 #include "MacCaptureWindowManager.h"
@@ -13,42 +14,39 @@ namespace MC {
 using namespace qcp::platform;
 
 void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
+    MacCaptureWindowUserInfoStruct& info = fWindowInfo;
     {
         // Under the inventory lock so that a refresh cannot free the
-        // window's record while its picture is taken; the host is called
-        // after it, so that its callback may ask the inventory anything.
+        // window's record while its frame is read; the host is called after
+        // it, so that its callback may ask the inventory anything.
         MacCaptureWindowManager::RefreshLock inventory;
         // A window closed or dropped by the last refresh sends nothing.
-        if (!MacCaptureWindowManager::getWindowForID(int(fWindowInfo.windowID))) return;
-        ImageRef image = Current()->windowServer().windowImage(fWindowInfo.windowID);
-        if (!image) return;
-        // The same picture again (the window did not change) is in the
-        // surface already.
-        if (image != fWindowInfo.image || !fWindowInfo.surface) {
-            fWindowInfo.surface = copyCGImageRefToIOSurface(*image, fWindowInfo.surface);
-            fWindowInfo.image = fWindowInfo.surface ? std::move(image) : nullptr;
-        }
-        if (!fWindowInfo.surface) return;
-        if (fWindowInfo.showCursor) {
-            drawWindowCursor(*fWindowInfo.surface, fWindowInfo.windowID);
-            fWindowInfo.image = nullptr; // the surface holds more than the picture now
-        }
+        if (!MacCaptureWindowManager::getWindowForID(int(info.windowID))) return;
+        WindowFrame frame = info.frames->Next();
+        if (!frame.surface) return;
+        if (frame.fresh || frame.surface.get() != info.surface.get()) info.cursorCovered.reset();
+        // The same frame as last time: the cursor drawn into it goes first.
+        if (info.cursorCovered)
+            Current()->compositor().copyArea(*info.underCursor, *frame.surface, *info.cursorCovered);
+        info.surface = std::move(frame.surface);
+        info.cursorCovered =
+            info.showCursor ? drawWindowCursor(*info.surface, info.windowID, info.underCursor) : std::nullopt;
     }
     std::lock_guard lock(fObserverLock);
     for (MacCaptureObserver* observer : fObservers)
         if (observer)
-            observer->receivedScreenFrame(int(fWindowInfo.outputWidth), int(fWindowInfo.outputHeight),
-                                          uint64_t(videoTime), fWindowInfo.surface.get());
+            observer->receivedScreenFrame(int(info.outputWidth), int(info.outputHeight), uint64_t(videoTime),
+                                          info.surface.get());
 }
 
-void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {
+std::optional<Rect> MacCaptureSource::drawWindowCursor(Surface& frame, uint32_t windowID, SurfaceRef& under) {
     Platform& platform = *Current();
     const std::optional<Rect> bounds = platform.windowServer().windowBounds(windowID);
     // One reading of the screen list, into a vector kept from frame to frame,
     // serves every question below.
     std::vector<ScreenInfo>& screens = fWindowScreens;
     platform.screens().list(screens);
-    if (!bounds || screens.empty() || bounds->width <= 0) return;
+    if (!bounds || screens.empty() || bounds->width <= 0) return std::nullopt;
     // Only while the mouse is on the screen that shows the window.
     const Point mouse = platform.cursor().mouseLocation();
     const ScreenInfo* mouseScreen = nullptr;
@@ -59,15 +57,16 @@ void MacCaptureSource::drawWindowCursor(Surface& surface, uint32_t windowID) {
         }
     // The window's display is the mouse's screen, which is in the list.
     const MacCaptureDisplay* display = MacCaptureWindowManager::displayForRect(*bounds, nullptr, screens);
-    if (!mouseScreen || !display || display->displayID != mouseScreen->displayID) return;
+    if (!mouseScreen || !display || display->displayID != mouseScreen->displayID) return std::nullopt;
 
     const CursorImage cursor = platform.cursor().currentCursor();
-    if (!cursor.image) return;
-    const double scale = surface.width() / bounds->width;
+    if (!cursor.image) return std::nullopt;
+    const double scale = frame.width() / bounds->width;
     const Rect where = CursorGeometry::ForWindow(*bounds, screens[0].frame, scale, mouse,
                                                  {cursor.width, cursor.height, cursor.hotSpot});
-    if (!where.Intersects({0, 0, double(surface.width()), double(surface.height())})) return;
-    platform.compositor().drawImage(surface, *cursor.image, CursorGeometry::FlipToTopLeft(where, surface.height()));
+    if (!where.Intersects({0, 0, double(frame.width()), double(frame.height())})) return std::nullopt;
+    if (!keepAsideFor(frame, under)) return std::nullopt;
+    return drawCursorPicture(frame, *cursor.image, CursorGeometry::FlipToTopLeft(where, frame.height()), under.get());
 }
 
 } // namespace MC
