@@ -24,8 +24,8 @@
 namespace qcp::platform {
 
 // One platform per process, holding every seam. The seams live as long as
-// the platform; streams, links and surfaces made by it are released by the
-// core before the platform is replaced.
+// the platform; streams, links, window frames and surfaces made by it are
+// released by the core before the platform is replaced.
 class Platform {
 public:
     virtual ~Platform() = default;

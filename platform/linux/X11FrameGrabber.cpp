@@ -12,16 +12,6 @@ namespace {
 // As many surfaces as a display stream's queue holds on macOS, plus the one
 // being written.
 constexpr size_t kPoolSize = 4;
-
-SurfaceProperties OutputProperties(uint32_t width, uint32_t height, uint32_t pixelFormat) {
-    SurfaceProperties properties;
-    properties.width = width;
-    properties.height = height;
-    properties.bytesPerRow = width * 4;
-    properties.allocSize = size_t(properties.bytesPerRow) * height;
-    properties.pixelFormat = pixelFormat;
-    return properties;
-}
 } // namespace
 
 bool X11FrameGrabber::Supported(Display* display, std::string& why) {
@@ -44,18 +34,16 @@ bool X11FrameGrabber::Supported(Display* display, std::string& why) {
 
 X11FrameGrabber::X11FrameGrabber(const X11Connection& connection, uint32_t outputWidth, uint32_t outputHeight,
                                  uint32_t pixelFormat, std::optional<Rect> sourceRect)
-    : fConnection(connection), fDisplay(connection.display()), fRoot(connection.root()),
-      fProperties(OutputProperties(outputWidth, outputHeight, pixelFormat)), fSourceRect(sourceRect),
+    : fConnection(connection), fDisplay(connection.display()), fRoot(connection.root()), fSourceRect(sourceRect),
       fShm(X11ShmImage::Available(fDisplay)),
-      fOpaqueFormat(fShm ? X11OpaqueCopy::ImageFormat(fDisplay) : std::nullopt) {
-    fPool.reserve(kPoolSize);
-}
+      fOpaqueFormat(fShm ? X11OpaqueCopy::ImageFormat(fDisplay) : std::nullopt),
+      fPool(connection, SurfaceProperties::Packed(outputWidth, outputHeight, pixelFormat), fShm, fOpaqueFormat,
+            kPoolSize) {}
 
 // The shared images go before their memory: the server detaches first.
 X11FrameGrabber::~X11FrameGrabber() {
     fOpaque.reset();
     fBuffer.reset();
-    for (Pooled& pooled : fPool) pooled.image.reset();
 }
 
 bool X11FrameGrabber::Aim(const X11Monitor& monitor, int rootWidth, int rootHeight) {
@@ -73,11 +61,12 @@ bool X11FrameGrabber::Aim(const X11Monitor& monitor, int rootWidth, int rootHeig
     fReadTop = top;
     fReadWidth = std::max(0, right - left);
     fReadHeight = std::max(0, bottom - top);
-    fResampler.Configure({fProperties.width, fProperties.height, x, y, source.width, source.height, fReadLeft, fReadTop,
+    fResampler.Configure({fPool.properties().width, fPool.properties().height, x, y, source.width, source.height, fReadLeft, fReadTop,
                           fReadWidth, fReadHeight});
 
     fOpaque.reset();
-    if (fOpaqueFormat && fResampler.Identity()) fOpaque = X11OpaqueCopy::Create(fConnection, fReadWidth, fReadHeight);
+    if (fOpaqueFormat && fResampler.Identity()) fOpaque = X11OpaqueCopy::Create(fConnection, fRoot, DefaultVisual(fDisplay, DefaultScreen(fDisplay)), fReadWidth,
+                                        fReadHeight);
 
     const bool needBuffer = fShm && !fResampler.Identity() && fReadWidth > 0 && fReadHeight > 0;
     const size_t bufferSize = size_t(fReadWidth) * 4 * size_t(fReadHeight);
@@ -95,28 +84,13 @@ bool X11FrameGrabber::Aim(const X11Monitor& monitor, int rootWidth, int rootHeig
 }
 
 Surface* X11FrameGrabber::FreeSurface() {
-    for (Pooled& pooled : fPool)
-        if (pooled.surface->RetainCount() == 1) return pooled.surface.get();
-    if (fPool.size() == kPoolSize) return nullptr;
-    Pooled pooled;
-    std::unique_ptr<ShmSurfaceMemory> memory = fShm ? ShmSurfaceMemory::Create(fProperties.allocSize) : nullptr;
-    if (memory)
-        pooled.image = fOpaqueFormat ? X11ShmImage::Attach(fConnection, memory->shmid(), memory->data(),
-                                                           fProperties.width, fProperties.height,
-                                                           fOpaqueFormat->visual, fOpaqueFormat->depth)
-                                     : X11ShmImage::Attach(fConnection, memory->shmid(), memory->data(),
-                                                           fProperties.width, fProperties.height);
-    pooled.surface =
-        SurfaceRef::Adopt(memory ? Surface::Create(fProperties, std::move(memory)) : Surface::Create(fProperties));
-    if (!pooled.surface) return nullptr;
-    fPool.push_back(std::move(pooled));
-    return fPool.back().surface.get();
+    X11SurfacePool::Entry* entry = fPool.Free();
+    return entry ? entry->surface.get() : nullptr;
 }
 
 bool X11FrameGrabber::Grab(Surface& surface) {
-    auto pooled =
-        std::find_if(fPool.begin(), fPool.end(), [&](const Pooled& p) { return p.surface.get() == &surface; });
-    if (pooled == fPool.end()) return false;
+    X11SurfacePool::Entry* pooled = fPool.Find(surface);
+    if (!pooled) return false;
     SurfaceLock lock(surface);
     fReadSerial = NextRequest(fDisplay);
     if (fResampler.Identity() && pooled->image) {

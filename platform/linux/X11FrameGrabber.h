@@ -14,6 +14,7 @@
 #include "X11Monitors.h"
 #include "X11OpaqueCopy.h"
 #include "X11ShmImage.h"
+#include "X11SurfacePool.h"
 
 namespace qcp::platform::x11 {
 
@@ -65,21 +66,14 @@ public:
     bool unscaled() const { return fResampler.Identity(); }
 
 private:
-    struct Pooled {
-        SurfaceRef surface;
-        std::unique_ptr<X11ShmImage> image; // null without MIT-SHM
-    };
-
     bool ReadThroughBuffer(Surface& surface);
     bool ReadPlain(Surface& surface);
 
     const X11Connection& fConnection;
     Display* const fDisplay;
     const Window fRoot;
-    const SurfaceProperties fProperties;
     const std::optional<Rect> fSourceRect;
     const bool fShm;
-    std::vector<Pooled> fPool;
     FrameResampler fResampler;
     struct Aimed {
         int x = 0, y = 0, width = 0, height = 0, rootWidth = 0, rootHeight = 0;
@@ -94,6 +88,7 @@ private:
     // Unscaled frames with RENDER: the pooled images read this copy.
     const std::optional<X11OpaqueCopy::Format> fOpaqueFormat;
     std::unique_ptr<X11OpaqueCopy> fOpaque;
+    X11SurfacePool fPool;
 };
 
 } // namespace qcp::platform::x11

@@ -18,18 +18,19 @@ std::optional<X11OpaqueCopy::Format> X11OpaqueCopy::ImageFormat(Display* display
     return Format{info.visual, 32};
 }
 
-std::unique_ptr<X11OpaqueCopy> X11OpaqueCopy::Create(const X11Connection& connection, int width, int height) {
+std::unique_ptr<X11OpaqueCopy> X11OpaqueCopy::Create(const X11Connection& connection, Drawable source,
+                                                     Visual* visual, int width, int height) {
     Display* display = connection.display();
-    if (width <= 0 || height <= 0 || !ImageFormat(display)) return nullptr;
-    XRenderPictFormat* rootFormat = XRenderFindVisualFormat(display, DefaultVisual(display, DefaultScreen(display)));
+    if (width <= 0 || height <= 0 || !visual || !ImageFormat(display)) return nullptr;
+    XRenderPictFormat* sourceFormat = XRenderFindVisualFormat(display, visual);
     XRenderPictFormat* argb = XRenderFindStandardFormat(display, PictStandardARGB32);
-    if (!rootFormat || !argb) return nullptr;
+    if (!sourceFormat || !argb) return nullptr;
     std::unique_ptr<X11OpaqueCopy> copy(new X11OpaqueCopy(connection, width, height));
     X11ErrorTrap trap(display);
     copy->fPixmap = XCreatePixmap(display, connection.root(), unsigned(width), unsigned(height), 32);
     XRenderPictureAttributes inferiors{};
-    inferiors.subwindow_mode = IncludeInferiors; // the windows on the screen, not the bare root
-    copy->fRoot = XRenderCreatePicture(display, connection.root(), rootFormat, CPSubwindowMode, &inferiors);
+    inferiors.subwindow_mode = IncludeInferiors; // of a window: what it shows, not the bare window
+    copy->fSource = XRenderCreatePicture(display, source, sourceFormat, CPSubwindowMode, &inferiors);
     copy->fTarget = XRenderCreatePicture(display, copy->fPixmap, argb, 0, nullptr);
     if (trap.Sync() != Success) return nullptr; // the destructor frees what was made
     return copy;
@@ -39,12 +40,12 @@ X11OpaqueCopy::~X11OpaqueCopy() {
     if (!fConnection.usable()) return;
     X11ErrorTrap trap(fDisplay);
     if (fTarget != None) XRenderFreePicture(fDisplay, fTarget);
-    if (fRoot != None) XRenderFreePicture(fDisplay, fRoot);
+    if (fSource != None) XRenderFreePicture(fDisplay, fSource);
     if (fPixmap != None) XFreePixmap(fDisplay, fPixmap);
 }
 
 void X11OpaqueCopy::Copy(int x, int y) {
-    XRenderComposite(fDisplay, PictOpSrc, fRoot, None, fTarget, x, y, 0, 0, 0, 0, unsigned(fWidth),
+    XRenderComposite(fDisplay, PictOpSrc, fSource, None, fTarget, x, y, 0, 0, 0, 0, unsigned(fWidth),
                      unsigned(fHeight));
 }
 

@@ -7,6 +7,7 @@
 #include "X11Factory.h"
 #include "X11DisplayLink.h"
 #include "X11DisplayStream.h"
+#include "X11WindowFrames.h"
 #if QCP_HAVE_GTK
 #include "GtkLoop.h"
 #include "GtkRegionOverlay.h"
@@ -60,6 +61,11 @@ std::unique_ptr<DisplayLink> X11Platform::createDisplayLink(uint32_t displayID, 
 }
 
 Surface* X11Platform::createSurface(const SurfaceProperties& properties) { return CreateShmSurface(properties); }
+
+std::unique_ptr<WindowFrames> X11Platform::createWindowFrames(uint32_t number) {
+    if (!fWindowServer.ReadsFrames()) return nullptr;
+    return std::make_unique<X11WindowFrames>(fWindowServer, number);
+}
 
 std::unique_ptr<SelectionWindowView> X11Platform::createSelectionWindow(SelectionWindowInput& input) {
 #if QCP_HAVE_GTK

@@ -49,6 +49,7 @@ public:
     std::unique_ptr<DisplayStream> createDisplayStream(DisplayStreamConfig config) override;
     std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) override;
     Surface* createSurface(const SurfaceProperties& properties) override;
+    std::unique_ptr<WindowFrames> createWindowFrames(uint32_t number) override;
     std::unique_ptr<SelectionWindowView> createSelectionWindow(SelectionWindowInput& input) override;
     std::unique_ptr<RegionOverlayView> createRegionOverlay(RegionOverlayInput& input) override;
 

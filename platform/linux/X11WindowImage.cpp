@@ -22,6 +22,9 @@ namespace {
 // As many pictures as a source, the window server's cache and a reader in
 // between hold, for a couple of windows.
 constexpr size_t kPoolSize = 6;
+// A capture's frames: the one it holds, one a host holds or two, one to
+// read into.
+constexpr size_t kFramePoolSize = 4;
 } // namespace
 
 ImageRef X11WindowImage::Read(Drawable drawable, const Area& area, ImageAlpha alpha, Visual* visual, int depth) {
@@ -77,7 +80,8 @@ X11WindowImage::SharedPicture* X11WindowImage::FreeShared(const Area& area, Imag
 
 X11WindowImage::X11WindowImage(const X11Connection& connection)
     : fConnection(connection), fDisplay(connection.display()), fRoot(DefaultRootWindow(fDisplay)),
-      fShm(X11ShmImage::Available(fDisplay)) {
+      fShm(X11ShmImage::Available(fDisplay)),
+      fOpaqueFormat(fShm ? X11OpaqueCopy::ImageFormat(fDisplay) : std::nullopt) {
     Display* display = fDisplay;
     int eventBase = 0, errorBase = 0, major = 0, minor = 0;
     // Naming a window's pixmap came with version 0.2.
@@ -98,19 +102,82 @@ ImageRef X11WindowImage::Capture(const X11WindowPlace& place) {
     if (fComposite) {
         Redirected& redirected = Redirect(place.frame);
         const Area read{wanted.x - outer.x, wanted.y - outer.y, wanted.width, wanted.height};
-        if (!redirected.changed && redirected.image && redirected.read == read) return redirected.image;
+        if (redirected.image && redirected.read == read && Unchanged(redirected, redirected.imageChanges))
+            return redirected.image;
         // Changes from here on are told by events still to come.
-        redirected.changed = fDamageEventBase < 0;
+        const uint64_t changes = redirected.changes;
         const Pixmap pixmap = PixmapOf(place.frame, redirected);
         ImageRef image = pixmap != None ? Read(pixmap, read, alpha, place.visual, place.depth) : nullptr;
         redirected.read = read;
         redirected.image = image;
+        redirected.imageChanges = changes;
         if (image) return image;
     }
-    XWindowAttributes root{};
-    if (!XGetWindowAttributes(fDisplay, fRoot, &root)) return nullptr;
-    const Area onScreen = wanted.Intersect({0, 0, root.width, root.height});
+    const Area onScreen = OnScreen(wanted);
     return onScreen.Empty() ? nullptr : Read(fRoot, onScreen, ImageAlpha::Padding, nullptr, 0);
+}
+
+WindowFrame X11WindowImage::CaptureFrame(const X11WindowPlace& place, uint64_t id) {
+    FrameReader& reader = fReaders[id];
+    if (!fOpaqueFormat || place.frame == None || !place.frameViewable) return {};
+    const Area outer{place.frameX, place.frameY, place.frameWidth, place.frameHeight};
+    const Area wanted = Area{place.x, place.y, place.width, place.height}.Intersect(outer);
+    if (wanted.Empty()) return {};
+    if (fComposite) {
+        Redirected& redirected = Redirect(place.frame);
+        const Area read{wanted.x - outer.x, wanted.y - outer.y, wanted.width, wanted.height};
+        if (reader.last && reader.frame == place.frame && reader.read == read && Unchanged(redirected, reader.changes))
+            return {reader.last, false};
+        const uint64_t changes = redirected.changes;
+        const Pixmap pixmap = PixmapOf(place.frame, redirected);
+        if (SurfaceRef surface = pixmap != None ? ReadFrame(reader, pixmap, place.visual, place.depth, read) : SurfaceRef()) {
+            reader.last = surface;
+            reader.frame = place.frame;
+            reader.read = read;
+            reader.changes = changes;
+            return {std::move(surface), true};
+        }
+    }
+    const Area onScreen = OnScreen(wanted);
+    const int screen = DefaultScreen(fDisplay);
+    reader.last = onScreen.Empty() ? SurfaceRef()
+                                   : ReadFrame(reader, fRoot, DefaultVisual(fDisplay, screen),
+                                               DefaultDepth(fDisplay, screen), onScreen);
+    reader.frame = None;
+    reader.changes.reset();
+    if (!reader.last) return {};
+    return {reader.last, true};
+}
+
+bool X11WindowImage::Unchanged(const Redirected& redirected, std::optional<uint64_t> readAt) const {
+    return fDamageEventBase >= 0 && readAt == redirected.changes;
+}
+
+SurfaceRef X11WindowImage::ReadFrame(FrameReader& reader, Drawable drawable, Visual* visual, int depth,
+                                     const Area& area) {
+    const SurfaceProperties properties =
+        SurfaceProperties::Packed(uint32_t(area.width), uint32_t(area.height), kPixelFormat32ARGB);
+    if (!reader.pool || reader.pool->properties().width != properties.width ||
+        reader.pool->properties().height != properties.height)
+        reader.pool = std::make_unique<X11SurfacePool>(fConnection, properties, true, fOpaqueFormat, kFramePoolSize);
+    X11SurfacePool::Entry* entry = reader.pool->Free();
+    if (!entry || !entry->image) return {};
+    SurfaceLock lock(*entry->surface);
+    if (depth == 32) return entry->image->Read(drawable, area.x, area.y) ? entry->surface : SurfaceRef();
+    if (!reader.opaque || reader.opaqueSource != drawable || reader.opaque->width() != area.width ||
+        reader.opaque->height() != area.height) {
+        reader.opaque = X11OpaqueCopy::Create(fConnection, drawable, visual, area.width, area.height);
+        reader.opaqueSource = drawable;
+    }
+    if (!reader.opaque) return {};
+    reader.opaque->Copy(area.x, area.y);
+    return entry->image->Read(reader.opaque->pixmap(), 0, 0) ? entry->surface : SurfaceRef();
+}
+
+X11WindowImage::Area X11WindowImage::OnScreen(const Area& wanted) const {
+    XWindowAttributes root{};
+    if (!XGetWindowAttributes(fDisplay, fRoot, &root)) return {};
+    return wanted.Intersect({0, 0, root.width, root.height});
 }
 
 Pixmap X11WindowImage::PixmapOf(Window frame, Redirected& redirected) {
@@ -146,7 +213,7 @@ void X11WindowImage::OnEvent(const XEvent& event) {
         const auto& notify = reinterpret_cast<const XDamageNotifyEvent&>(event);
         const auto found = fRedirected.find(notify.drawable);
         if (found == fRedirected.end()) return;
-        found->second.changed = true;
+        ++found->second.changes;
         // Reported once until cleared: clear it to hear of the next change.
         X11ErrorTrap trap(fDisplay);
         XDamageSubtract(fDisplay, found->second.damage, None, None);
@@ -160,6 +227,7 @@ void X11WindowImage::OnEvent(const XEvent& event) {
     // A pixmap stays allocated until freed, whatever became of its window.
     if (found->second.pixmap != None) XFreePixmap(fDisplay, found->second.pixmap);
     found->second.pixmap = None;
+    ++found->second.changes;
     // The server frees the frame's damage with it.
     if (event.type == DestroyNotify) fRedirected.erase(found);
 }

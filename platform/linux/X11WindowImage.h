@@ -2,14 +2,19 @@
 #include <X11/Xlib.h>
 #include <X11/extensions/Xdamage.h>
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
 #include "Image.h"
 #include "ShmSurfaceMemory.h"
+#include "WindowFrames.h"
 #include "X11Connection.h"
+#include "X11OpaqueCopy.h"
 #include "X11ShmImage.h"
+#include "X11SurfacePool.h"
 #include "X11WindowWatch.h"
 
 namespace qcp::platform::x11 {
@@ -30,6 +35,12 @@ namespace qcp::platform::x11 {
 // of windows without an alpha channel say so (ImageAlpha::Padding): the copy
 // that draws them sets it.
 //
+// A capture's frames (X11WindowFrames) are read the same way into surfaces
+// of a pool of the capture's own, made opaque by the server first where the
+// window has no alpha channel (X11OpaqueCopy): the surfaces go to the host as
+// they are. Each capture remembers what its last frame read, so an unchanged
+// window gives that frame again.
+//
 // Frames are selected for X11WindowWatch::kWindowEvents (which include
 // their structure changes). A connection that closes frees the pixmaps.
 //
@@ -41,6 +52,14 @@ public:
     // The client's frame cropped to the client with its decorations, or
     // what the screen shows there; null when it cannot be read.
     ImageRef Capture(const X11WindowPlace& place);
+    // Whether frames can be read into surfaces: MIT-SHM and RENDER with a
+    // 32-bit B, G, R, A visual.
+    bool ReadsFrames() const { return fOpaqueFormat.has_value(); }
+    // The frame of capture `reader` (made at its first call), as Capture
+    // reads the picture; no surface when it cannot be read.
+    WindowFrame CaptureFrame(const X11WindowPlace& place, uint64_t reader);
+    // Frees what capture `reader` holds on the server.
+    void ForgetReader(uint64_t reader) { fReaders.erase(reader); }
 
     // Takes an event of the connection: a frame changed, resized or
     // destroyed. Every event is handed here, so that nothing piles up.
@@ -54,15 +73,38 @@ private:
         friend bool operator==(const Area&, const Area&) = default;
     };
     // A redirected frame: its pixmap while its size and mapping hold (the
-    // server gives it a new one when either changes), what was last read of
-    // it, and whether it changed since (always, without DAMAGE).
+    // server gives it a new one when either changes), how many changes it
+    // reported (damage, a new pixmap), and the last picture read of it with
+    // the count it was read at. Without DAMAGE every read is a new one.
     struct Redirected {
         Damage damage = None;
         Pixmap pixmap = None;
-        bool changed = true;
+        uint64_t changes = 0;
         Area read; // in the frame's pixmap
         ImageRef image;
+        uint64_t imageChanges = 0;
     };
+    // One capture's frames: surfaces of the read's size, the opaque copy of
+    // the drawable it reads from, and what its last frame read (a window's
+    // frame at a count of changes, or the screen, which is read every time).
+    struct FrameReader {
+        std::unique_ptr<X11SurfacePool> pool;
+        std::unique_ptr<X11OpaqueCopy> opaque;
+        Drawable opaqueSource = None;
+        SurfaceRef last;
+        Window frame = None;
+        Area read;
+        std::optional<uint64_t> changes;
+    };
+    // Whether `redirected` has reported no change since a read made at its
+    // count `readAt` (never without DAMAGE).
+    bool Unchanged(const Redirected& redirected, std::optional<uint64_t> readAt) const;
+    // An area of a drawable of that visual and depth, read into one of the
+    // reader's surfaces (through an opaque copy below depth 32); null when
+    // the server refuses or every surface is held.
+    SurfaceRef ReadFrame(FrameReader& reader, Drawable drawable, Visual* visual, int depth, const Area& area);
+    // The part of the root window that shows `wanted`; empty when none does.
+    Area OnScreen(const Area& wanted) const;
     Redirected& Redirect(Window frame);
     // The frame's pixmap, named once; None when the server refuses.
     Pixmap PixmapOf(Window frame, Redirected& redirected);
@@ -93,6 +135,8 @@ private:
     std::unordered_map<Window, Redirected> fRedirected;
     const bool fShm;
     std::vector<std::unique_ptr<SharedPicture>> fShared;
+    const std::optional<X11OpaqueCopy::Format> fOpaqueFormat;
+    std::unordered_map<uint64_t, FrameReader> fReaders;
 };
 
 } // namespace qcp::platform::x11

@@ -79,6 +79,31 @@ ImageRef X11WindowServer::windowImage(uint32_t number) const {
     return image;
 }
 
+WindowFrame X11WindowServer::ReadFrame(uint32_t number, uint64_t reader) const {
+    std::lock_guard lock(fMutex);
+    if (!Connected()) return {};
+    X11ErrorTrap trap(fLink->connection->display());
+    ReadEvents();
+    if (!fLink->watch.IsClient(number)) return {};
+    const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
+    if (!place || !place->viewable) return {};
+    WindowFrame frame = fLink->images.CaptureFrame(*place, reader);
+    if (!fLink->connection->usable()) return {};
+    return frame;
+}
+
+void X11WindowServer::ForgetReader(uint64_t reader) const {
+    std::lock_guard lock(fMutex);
+    if (!fLink) return;
+    X11ErrorTrap trap(fLink->connection->display());
+    fLink->images.ForgetReader(reader);
+}
+
+bool X11WindowServer::ReadsFrames() const {
+    std::lock_guard lock(fMutex);
+    return Connected() && fLink->images.ReadsFrames();
+}
+
 int32_t X11WindowServer::ownPID() const { return int32_t(getpid()); }
 
 std::optional<std::string> X11WindowServer::ProcessName(int32_t pid) {

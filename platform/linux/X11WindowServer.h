@@ -1,6 +1,8 @@
 #pragma once
 #include <X11/Xlib.h>
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 
@@ -42,6 +44,14 @@ public:
     ImageRef windowImage(uint32_t number) const override;
     int32_t ownPID() const override;
 
+    // For X11WindowFrames: a new capture's number, its frame of window
+    // `number` (WindowFrames::Next), and the end of it.
+    uint64_t NewReader() const { return ++fLastReader; }
+    WindowFrame ReadFrame(uint32_t number, uint64_t reader) const;
+    void ForgetReader(uint64_t reader) const;
+    // Whether frames can be read straight into surfaces on the server now.
+    bool ReadsFrames() const;
+
     // A process's name as the kernel keeps it (/proc/PID/comm); none when
     // there is no such process.
     static std::optional<std::string> ProcessName(int32_t pid);
@@ -73,6 +83,7 @@ private:
     X11Server& fServer;
     mutable std::mutex fMutex;
     mutable std::unique_ptr<Link> fLink;
+    mutable std::atomic<uint64_t> fLastReader{0};
 };
 
 } // namespace qcp::platform::x11

@@ -118,3 +118,43 @@ TEST_F(CursorFramesTest, FramesShowTheScreenAsItIsWithTheCursorOverIt) {
     }
     QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, "S");
 }
+
+// A still window's frame comes back unread while the pointer moves over it:
+// the cursor's old pixels must go from it before it is drawn anew.
+TEST_F(CursorFramesTest, AStillWindowsFramesShowItAsItIsWithTheCursorMovingOverIt) {
+    const Window window = desktop->Open({"Still"}, 0x336699, 200, 150, 640, 360);
+    ASSERT_NE(window, None);
+    ASSERT_EQ(QCP_CreateNamedSource(QCP_SCREEN_DEVICE_ID, "W"), 1);
+    QCP_RegisterVideoDataArrivedCallback(QCP_SCREEN_DEVICE_ID, "W", &LatestFrame::Video, &latest);
+    ASSERT_EQ(QCP_SetSourceSettings(QCP_SCREEN_DEVICE_ID, "W",
+                                    "<settings><parameter name=\"Type\" value=\"1\"/>"
+                                    "<parameter name=\"capture_window\" value=\"Still\"/>"
+                                    "<parameter name=\"capture_app\" value=\"QcpTest\"/>"
+                                    "<parameter name=\"cursor\" value=\"true\"/></settings>"),
+              1);
+    ASSERT_TRUE(Frames(3));
+    const TestDesktop::Area frame = desktop->FrameArea(window);
+    Display* display = desktop->display();
+    XImage* shown = XGetImage(display, desktop->root(), frame.x, frame.y, unsigned(frame.width),
+                              unsigned(frame.height), AllPlanes, ZPixmap);
+    ASSERT_TRUE(shown);
+    for (const auto& [x, y] : {std::pair{100, 100}, {300, 200}, {500, 120}}) {
+        XWarpPointer(display, None, desktop->root(), 0, 0, 0, 0, frame.x + x, frame.y + y);
+        XSync(display, False);
+        ASSERT_TRUE(Frames(4));
+        std::lock_guard lock(latest.mutex);
+        ASSERT_EQ(latest.width, uint32_t(frame.width));
+        size_t stale = 0, cursor = 0;
+        for (int row = 0; row < frame.height; ++row)
+            for (int column = 0; column < frame.width; ++column) {
+                const bool differs = PixelAt(latest.pixels.data(), latest.bytesPerRow, column, row) !=
+                                     Opaque(uint32_t(XGetPixel(shown, column, row) & 0xFFFFFF));
+                if (std::abs(column - x) < 40 && std::abs(row - y) < 40) cursor += differs;
+                else stale += differs;
+            }
+        EXPECT_GT(cursor, 0u) << "the cursor at " << x << ", " << y;
+        EXPECT_EQ(stale, 0u) << "the cursor at " << x << ", " << y;
+    }
+    XDestroyImage(shown);
+    QCP_RemoveSource(QCP_SCREEN_DEVICE_ID, "W");
+}
