@@ -61,12 +61,14 @@ bool X11FrameGrabber::Aim(const X11Monitor& monitor, int rootWidth, int rootHeig
     fReadTop = top;
     fReadWidth = std::max(0, right - left);
     fReadHeight = std::max(0, bottom - top);
-    fResampler.Configure({fPool.properties().width, fPool.properties().height, x, y, source.width, source.height, fReadLeft, fReadTop,
+    const SurfaceProperties& output = fPool.properties();
+    fResampler.Configure({output.width, output.height, x, y, source.width, source.height, fReadLeft, fReadTop,
                           fReadWidth, fReadHeight});
 
     fOpaque.reset();
-    if (fOpaqueFormat && fResampler.Identity()) fOpaque = X11OpaqueCopy::Create(fConnection, fRoot, DefaultVisual(fDisplay, DefaultScreen(fDisplay)), fReadWidth,
-                                        fReadHeight);
+    if (fOpaqueFormat && fResampler.Identity())
+        fOpaque = X11OpaqueCopy::Create(fConnection, fRoot, DefaultVisual(fDisplay, DefaultScreen(fDisplay)),
+                                        fReadWidth, fReadHeight);
 
     const bool needBuffer = fShm && !fResampler.Identity() && fReadWidth > 0 && fReadHeight > 0;
     const size_t bufferSize = size_t(fReadWidth) * 4 * size_t(fReadHeight);

@@ -92,16 +92,13 @@ X11WindowImage::X11WindowImage(const X11Connection& connection)
 }
 
 ImageRef X11WindowImage::Capture(const X11WindowPlace& place) {
-    if (place.frame == None || !place.frameViewable) return nullptr;
-    // The frame's pixmap covers its border too, from the outer corner.
-    const Area outer{place.frameX, place.frameY, place.frameWidth, place.frameHeight};
-    const Area wanted = Area{place.x, place.y, place.width, place.height}.Intersect(outer);
-    if (wanted.Empty()) return nullptr;
+    const std::optional<Wanted> wanted = WantedOf(place);
+    if (!wanted) return nullptr;
     // Without an alpha channel the fourth byte is whatever the server left.
     const ImageAlpha alpha = place.depth == 32 ? ImageAlpha::Premultiplied : ImageAlpha::Padding;
     if (fComposite) {
         Redirected& redirected = Redirect(place.frame);
-        const Area read{wanted.x - outer.x, wanted.y - outer.y, wanted.width, wanted.height};
+        const Area& read = wanted->inFrame;
         if (redirected.image && redirected.read == read && Unchanged(redirected, redirected.imageChanges))
             return redirected.image;
         // Changes from here on are told by events still to come.
@@ -113,32 +110,32 @@ ImageRef X11WindowImage::Capture(const X11WindowPlace& place) {
         redirected.imageChanges = changes;
         if (image) return image;
     }
-    const Area onScreen = OnScreen(wanted);
+    const Area onScreen = OnScreen(wanted->onRoot);
     return onScreen.Empty() ? nullptr : Read(fRoot, onScreen, ImageAlpha::Padding, nullptr, 0);
 }
 
 WindowFrame X11WindowImage::CaptureFrame(const X11WindowPlace& place, uint64_t id) {
     FrameReader& reader = fReaders[id];
-    if (!fOpaqueFormat || place.frame == None || !place.frameViewable) return {};
-    const Area outer{place.frameX, place.frameY, place.frameWidth, place.frameHeight};
-    const Area wanted = Area{place.x, place.y, place.width, place.height}.Intersect(outer);
-    if (wanted.Empty()) return {};
+    const std::optional<Wanted> wanted = WantedOf(place);
+    if (!fOpaqueFormat || !wanted) return {};
     if (fComposite) {
         Redirected& redirected = Redirect(place.frame);
-        const Area read{wanted.x - outer.x, wanted.y - outer.y, wanted.width, wanted.height};
-        if (reader.last && reader.frame == place.frame && reader.read == read && Unchanged(redirected, reader.changes))
+        const Area& read = wanted->inFrame;
+        if (reader.last && reader.frame == place.frame && reader.read == read &&
+            Unchanged(redirected, reader.changes))
             return {reader.last, false};
         const uint64_t changes = redirected.changes;
         const Pixmap pixmap = PixmapOf(place.frame, redirected);
-        if (SurfaceRef surface = pixmap != None ? ReadFrame(reader, pixmap, place.visual, place.depth, read) : SurfaceRef()) {
-            reader.last = surface;
-            reader.frame = place.frame;
-            reader.read = read;
-            reader.changes = changes;
-            return {std::move(surface), true};
-        }
+        if (pixmap != None)
+            if (SurfaceRef surface = ReadFrame(reader, pixmap, place.visual, place.depth, read)) {
+                reader.last = surface;
+                reader.frame = place.frame;
+                reader.read = read;
+                reader.changes = changes;
+                return {std::move(surface), true};
+            }
     }
-    const Area onScreen = OnScreen(wanted);
+    const Area onScreen = OnScreen(wanted->onRoot);
     const int screen = DefaultScreen(fDisplay);
     reader.last = onScreen.Empty() ? SurfaceRef()
                                    : ReadFrame(reader, fRoot, DefaultVisual(fDisplay, screen),
@@ -172,6 +169,15 @@ SurfaceRef X11WindowImage::ReadFrame(FrameReader& reader, Drawable drawable, Vis
     if (!reader.opaque) return {};
     reader.opaque->Copy(area.x, area.y);
     return entry->image->Read(reader.opaque->pixmap(), 0, 0) ? entry->surface : SurfaceRef();
+}
+
+std::optional<X11WindowImage::Wanted> X11WindowImage::WantedOf(const X11WindowPlace& place) {
+    if (place.frame == None || !place.frameViewable) return std::nullopt;
+    // The frame's pixmap covers its border too, from the outer corner.
+    const Area outer{place.frameX, place.frameY, place.frameWidth, place.frameHeight};
+    const Area onRoot = Area{place.x, place.y, place.width, place.height}.Intersect(outer);
+    if (onRoot.Empty()) return std::nullopt;
+    return Wanted{onRoot, {onRoot.x - outer.x, onRoot.y - outer.y, onRoot.width, onRoot.height}};
 }
 
 X11WindowImage::Area X11WindowImage::OnScreen(const Area& wanted) const {

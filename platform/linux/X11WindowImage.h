@@ -103,6 +103,12 @@ private:
     // reader's surfaces (through an opaque copy below depth 32); null when
     // the server refuses or every surface is held.
     SurfaceRef ReadFrame(FrameReader& reader, Drawable drawable, Visual* visual, int depth, const Area& area);
+    // What of a window is read: the client with its decorations, in root
+    // pixels and in its frame's pixmap; none when nothing of it is viewable.
+    struct Wanted {
+        Area onRoot, inFrame;
+    };
+    static std::optional<Wanted> WantedOf(const X11WindowPlace& place);
     // The part of the root window that shows `wanted`; empty when none does.
     Area OnScreen(const Area& wanted) const;
     Redirected& Redirect(Window frame);

@@ -43,6 +43,7 @@ MacCaptureSource::~MacCaptureSource() {
         fFeedQueue->Sync([] {});
         fFeedQueue.reset();
     }
+    fWindowInfo.frames.reset();
     fWindowInfo.surface.reset();
 }
 
@@ -167,6 +168,8 @@ bool MacCaptureSource::stop() {
         fDisplayLink.reset();
         fRunning = false;
     }
+    // The window's reader and its surfaces go with the link that used them.
+    fWindowInfo.frames.reset();
     return stopped;
 }
 
