@@ -67,29 +67,12 @@ std::optional<Rect> X11WindowServer::windowBounds(uint32_t number) const {
 }
 
 ImageRef X11WindowServer::windowImage(uint32_t number) const {
-    std::lock_guard lock(fMutex);
-    if (!Connected()) return nullptr;
-    X11ErrorTrap trap(fLink->connection->display());
-    ReadEvents();
-    if (!fLink->watch.IsClient(number)) return nullptr;
-    const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
-    if (!place || !place->viewable) return nullptr;
-    ImageRef image = fLink->images.Capture(*place);
-    if (!fLink->connection->usable()) return nullptr;
-    return image;
+    return ReadWindow<ImageRef>(number, [&](const X11WindowPlace& place) { return fLink->images.Capture(place); });
 }
 
 WindowFrame X11WindowServer::ReadFrame(uint32_t number, uint64_t reader) const {
-    std::lock_guard lock(fMutex);
-    if (!Connected()) return {};
-    X11ErrorTrap trap(fLink->connection->display());
-    ReadEvents();
-    if (!fLink->watch.IsClient(number)) return {};
-    const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
-    if (!place || !place->viewable) return {};
-    WindowFrame frame = fLink->images.CaptureFrame(*place, reader);
-    if (!fLink->connection->usable()) return {};
-    return frame;
+    return ReadWindow<WindowFrame>(
+        number, [&](const X11WindowPlace& place) { return fLink->images.CaptureFrame(place, reader); });
 }
 
 void X11WindowServer::ForgetReader(uint64_t reader) const {

@@ -9,6 +9,7 @@
 #include "WindowServer.h"
 #include "X11Atoms.h"
 #include "X11Connection.h"
+#include "X11ErrorTrap.h"
 #include "X11Monitors.h"
 #include "X11Server.h"
 #include "X11WindowImage.h"
@@ -69,6 +70,23 @@ private:
     };
     // The current link, remade when stale; null without a server.
     Link* Connected() const;
+
+    // What `read` makes of the viewable window `number`'s place, under the
+    // mutex and a trap, once the events are in; an empty Result when there
+    // is no such window or the server is lost meanwhile.
+    template <class Result, class Read>
+    Result ReadWindow(uint32_t number, const Read& read) const {
+        std::lock_guard lock(fMutex);
+        if (!Connected()) return {};
+        X11ErrorTrap trap(fLink->connection->display());
+        ReadEvents();
+        if (!fLink->watch.IsClient(number)) return {};
+        const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
+        if (!place || !place->viewable) return {};
+        Result result = read(*place);
+        if (!fLink->connection->usable()) return {};
+        return result;
+    }
 
     // The caller holds fMutex and a trap, and has a link.
     // Hands every event the server sent before this call to the watch and
