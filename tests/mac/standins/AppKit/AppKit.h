@@ -1,0 +1,27 @@
+#pragma once
+#include <Foundation/Foundation.h>
+
+typedef NSString* NSDeviceDescriptionKey;
+typedef NSString* NSImageHintKey;
+
+@interface NSGraphicsContext : NSObject
+@end
+
+@interface NSImage : NSObject
+@property NSSize size;
+- (CGImageRef)CGImageForProposedRect:(NSRect*)proposedDestRect
+                             context:(NSGraphicsContext*)referenceContext
+                               hints:(NSDictionary<NSImageHintKey, id>*)hints;
+@end
+
+@interface NSCursor : NSObject
+@property(class, readonly) NSCursor* currentSystemCursor;
+@property(readonly, strong) NSImage* image;
+@property(readonly) NSPoint hotSpot;
+@end
+
+@interface NSScreen : NSObject
+@property(class, readonly, copy) NSArray<NSScreen*>* screens;
+@property(readonly, copy) NSDictionary<NSDeviceDescriptionKey, id>* deviceDescription;
+@property(readonly, copy) NSString* localizedName;
+@end

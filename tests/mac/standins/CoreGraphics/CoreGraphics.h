@@ -1,0 +1,67 @@
+#pragma once
+#include <CoreFoundation/CoreFoundation.h>
+
+typedef double CGFloat;
+struct CGPoint {
+    CGFloat x;
+    CGFloat y;
+};
+typedef struct CGPoint CGPoint;
+struct CGSize {
+    CGFloat width;
+    CGFloat height;
+};
+typedef struct CGSize CGSize;
+struct CGRect {
+    CGPoint origin;
+    CGSize size;
+};
+typedef struct CGRect CGRect;
+
+typedef uint32_t CGDirectDisplayID;
+typedef int32_t CGError;
+enum { kCGErrorSuccess = 0 };
+
+typedef struct CGDisplayMode* CGDisplayModeRef;
+typedef struct __CGEvent* CGEventRef;
+typedef struct __CGEventSource* CGEventSourceRef;
+typedef struct CGImage* CGImageRef;
+typedef struct CGColorSpace* CGColorSpaceRef;
+typedef struct CGContext* CGContextRef;
+
+typedef enum : uint32_t { kCGImageAlphaPremultipliedFirst = 2 } CGImageAlphaInfo;
+typedef enum : uint32_t { kCGBitmapByteOrder32Little = (2 << 12) } CGBitmapInfo;
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+extern const CFStringRef kCGColorSpaceSRGB;
+
+CGDirectDisplayID CGMainDisplayID(void);
+CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplays, uint32_t* displayCount);
+CGRect CGDisplayBounds(CGDirectDisplayID display);
+CGDisplayModeRef CGDisplayCopyDisplayMode(CGDirectDisplayID display);
+double CGDisplayModeGetRefreshRate(CGDisplayModeRef mode);
+size_t CGDisplayModeGetWidth(CGDisplayModeRef mode);
+size_t CGDisplayModeGetPixelWidth(CGDisplayModeRef mode);
+void CGDisplayModeRelease(CGDisplayModeRef mode);
+
+CGEventRef CGEventCreate(CGEventSourceRef source);
+CGPoint CGEventGetLocation(CGEventRef event);
+
+bool CGPreflightScreenCaptureAccess(void);
+
+size_t CGImageGetWidth(CGImageRef image);
+size_t CGImageGetHeight(CGImageRef image);
+CGImageRef CGImageRetain(CGImageRef image);
+void CGImageRelease(CGImageRef image);
+
+CGColorSpaceRef CGColorSpaceCreateWithName(CFStringRef name);
+void CGColorSpaceRelease(CGColorSpaceRef space);
+CGContextRef CGBitmapContextCreate(void* data, size_t width, size_t height, size_t bitsPerComponent,
+                                   size_t bytesPerRow, CGColorSpaceRef space, uint32_t bitmapInfo);
+void CGContextDrawImage(CGContextRef c, CGRect rect, CGImageRef image);
+void CGContextRelease(CGContextRef c);
+#ifdef __cplusplus
+}
+#endif
