@@ -25,3 +25,28 @@ typedef NSString* NSImageHintKey;
 @property(readonly, copy) NSDictionary<NSDeviceDescriptionKey, id>* deviceDescription;
 @property(readonly, copy) NSString* localizedName;
 @end
+
+typedef NSInteger NSModalResponse;
+enum { NSAlertFirstButtonReturn = 1000 };
+
+@interface NSButton : NSObject
+@end
+
+@interface NSAlert : NSObject
+@property(copy) NSString* messageText;
+@property(copy) NSString* informativeText;
+- (NSButton*)addButtonWithTitle:(NSString*)title;
+- (NSModalResponse)runModal;
+@end
+
+@interface NSWorkspace : NSObject
+@property(class, readonly, strong) NSWorkspace* sharedWorkspace;
+- (NSURL*)URLForApplicationToOpenURL:(NSURL*)url;
+@end
+
+typedef enum : NSUInteger { NSApplicationActivateIgnoringOtherApps = 1 << 1 } NSApplicationActivationOptions;
+
+@interface NSRunningApplication : NSObject
++ (instancetype)runningApplicationWithProcessIdentifier:(pid_t)pid;
+- (BOOL)activateWithOptions:(NSApplicationActivationOptions)options;
+@end

@@ -1,23 +1,44 @@
 #pragma once
 #include <CoreGraphics/CoreGraphics.h>
+#include <sys/types.h>
 
 typedef signed char BOOL;
 #ifndef nil
 #define nil nullptr
 #endif
 typedef unsigned long NSUInteger;
+typedef long NSInteger;
 typedef CGPoint NSPoint;
 typedef CGSize NSSize;
 typedef CGRect NSRect;
 
 __attribute__((objc_root_class))
 @interface NSObject
++ (instancetype)alloc;
+- (instancetype)init;
 - (instancetype)retain;
 - (void)release;
 @end
 
 @interface NSString : NSObject
++ (instancetype)stringWithUTF8String:(const char*)nullTerminatedCString;
 @property(readonly) const char* UTF8String;
+@end
+
+@interface NSError : NSObject
+@end
+
+@interface NSURL : NSObject
++ (NSURL*)fileURLWithPath:(NSString*)path;
+@end
+
+@interface NSBundle : NSObject
++ (instancetype)bundleWithURL:(NSURL*)url;
+@property(readonly, copy) NSString* executablePath;
+@end
+
+@interface NSThread : NSObject
+@property(class, readonly) BOOL isMainThread;
 @end
 
 @interface NSNumber : NSObject
@@ -29,10 +50,23 @@ __attribute__((objc_root_class))
 @end
 
 @interface NSArray<ObjectType> : NSObject
++ (instancetype)arrayWithObjects:(const ObjectType[])objects count:(NSUInteger)cnt;
 @property(readonly) NSUInteger count;
 - (ObjectType)objectAtIndexedSubscript:(NSUInteger)index;
 @end
 
 // The class of @"..." literals.
 @interface NSConstantString : NSString
+@end
+
+typedef enum : NSInteger { NSTaskTerminationReasonExit = 1, NSTaskTerminationReasonUncaughtSignal = 2 } NSTaskTerminationReason;
+
+@interface NSTask : NSObject
+@property(copy) NSURL* executableURL;
+@property(copy) NSArray<NSString*>* arguments;
+@property(copy) void (^terminationHandler)(NSTask*);
+@property(readonly) int processIdentifier;
+@property(readonly) int terminationStatus;
+@property(readonly) NSTaskTerminationReason terminationReason;
+- (BOOL)launchAndReturnError:(NSError**)error;
 @end
