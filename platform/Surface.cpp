@@ -40,9 +40,11 @@ Surface* Surface::Create(const SurfaceProperties& properties, std::unique_ptr<Su
         if (!memory) memory = std::make_unique<HeapMemory>(properties.allocSize);
         if (memory->size() < properties.allocSize) return nullptr;
         Registry& registry = TheRegistry();
-        auto* surface = new Surface(properties, std::move(memory), registry.nextID++);
+        const uint32_t id = memory->systemID().value_or(registry.nextID++);
         std::lock_guard lock(registry.mutex);
-        registry.byID.emplace(surface->fID, surface);
+        if (registry.byID.contains(id)) return nullptr; // one surface per system id
+        auto* surface = new Surface(properties, std::move(memory), id);
+        registry.byID.emplace(id, surface);
         return surface;
     } catch (const std::bad_alloc&) {
         return nullptr;

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "zRefCount.h"
@@ -21,12 +22,21 @@ constexpr uint32_t kPixelFormat32ARGB = 32;
 
 // The bytes behind a surface. The default is plain process memory; a
 // platform that shares frames with other processes (or with the X server)
-// passes shared memory of its own to Surface::Create.
+// passes shared memory of its own to Surface::Create. Memory that the system
+// itself knows as a frame buffer (an IOSurface) names the id the system gave
+// it, which the surface then goes by, and is locked with the surface, so that
+// another process reading it through the system waits for a writer here.
 class SurfaceMemory {
 public:
     virtual ~SurfaceMemory() = default;
     virtual uint8_t* data() = 0;
     virtual size_t size() const = 0;
+    // The system's id of this memory (IOSurfaceGetID); none for memory the
+    // system does not name, whose surface gets an id of the registry's own.
+    virtual std::optional<uint32_t> systemID() const { return std::nullopt; }
+    // Called with the surface's lock taken and before it is let go.
+    virtual void Lock() {}
+    virtual void Unlock() {}
 };
 
 // The IOSurface creation properties that this system uses.
@@ -69,8 +79,9 @@ public:
     // A new surface, retained for the caller, with its pixels all zero unless
     // `memory` brings content of its own. Null when the properties are
     // inconsistent (zero width or height, rows shorter than width *
-    // bytesPerElement, allocSize below bytesPerRow * height) or when memory
-    // cannot be had. Any thread.
+    // bytesPerElement, allocSize below bytesPerRow * height), when memory
+    // cannot be had, or when the memory's system id is already a live
+    // surface's. Any thread.
     static Surface* Create(const SurfaceProperties& properties, std::unique_ptr<SurfaceMemory> memory = nullptr);
     // The live surface with that id, retained for the caller (IOSurfaceLookup);
     // null when no surface has that id or it is being destroyed. Any thread.
@@ -86,8 +97,14 @@ public:
     // The id's address: valid while the surface lives.
     const uint32_t* idAddress() const { return &fID; }
 
-    void Lock() const { fLock.lock(); }
-    void Unlock() const { fLock.unlock(); }
+    void Lock() const {
+        fLock.lock();
+        fMemory->Lock();
+    }
+    void Unlock() const {
+        fMemory->Unlock();
+        fLock.unlock();
+    }
     // The first byte of the top row; valid while the surface lives, used
     // only under the lock.
     uint8_t* baseAddress() const { return fMemory->data(); }

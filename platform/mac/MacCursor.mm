@@ -2,26 +2,9 @@
 
 #import <AppKit/AppKit.h>
 
-#include <vector>
+#include "MacImages.h"
 
 namespace qcp::platform::mac {
-namespace {
-// A CoreGraphics image as premultiplied B, G, R, A pixels; null when it
-// cannot be drawn.
-ImageRef Convert(CGImageRef image) {
-    const size_t width = CGImageGetWidth(image), height = CGImageGetHeight(image);
-    if (width == 0 || height == 0) return nullptr;
-    std::vector<uint8_t> pixels(width * height * 4);
-    CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    CGContextRef context = CGBitmapContextCreate(pixels.data(), width, height, 8, width * 4, space,
-                                                 uint32_t(kCGImageAlphaPremultipliedFirst) | kCGBitmapByteOrder32Little);
-    CGColorSpaceRelease(space);
-    if (!context) return nullptr;
-    CGContextDrawImage(context, CGRect{{0, 0}, {double(width), double(height)}}, image);
-    CGContextRelease(context);
-    return std::make_shared<const Image>(uint32_t(width), uint32_t(height), uint32_t(width * 4), std::move(pixels));
-}
-} // namespace
 
 MacCursor::~MacCursor() {
     if (fConverted) CGImageRelease(fConverted);
@@ -47,7 +30,7 @@ CursorImage MacCursor::currentCursor() const {
         if (image != fConverted) {
             if (fConverted) CGImageRelease(fConverted);
             fConverted = CGImageRetain(image);
-            fCursor.image = Convert(image);
+            fCursor.image = ImageFromCGImage(image);
         }
         // NSCursor's hot spot is measured from the picture's top-left corner, y down.
         fCursor.width = picture.size.width;

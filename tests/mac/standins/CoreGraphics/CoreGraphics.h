@@ -29,6 +29,15 @@ typedef struct CGImage* CGImageRef;
 typedef struct CGColorSpace* CGColorSpaceRef;
 typedef struct CGContext* CGContextRef;
 
+typedef uint32_t CGWindowID;
+enum { kCGNullWindowID = 0 };
+typedef enum : uint32_t {
+    kCGWindowListOptionAll = 0,
+    kCGWindowListOptionOnScreenOnly = (1 << 0),
+    kCGWindowListOptionIncludingWindow = (1 << 3),
+} CGWindowListOption;
+typedef enum : uint32_t { kCGWindowImageBoundsIgnoreFraming = (1 << 0) } CGWindowImageOption;
+
 typedef enum : uint32_t { kCGImageAlphaPremultipliedFirst = 2 } CGImageAlphaInfo;
 typedef enum : uint32_t { kCGBitmapByteOrder32Little = (2 << 12) } CGBitmapInfo;
 
@@ -36,6 +45,16 @@ typedef enum : uint32_t { kCGBitmapByteOrder32Little = (2 << 12) } CGBitmapInfo;
 extern "C" {
 #endif
 extern const CFStringRef kCGColorSpaceSRGB;
+extern const CGRect CGRectNull;
+extern const CFStringRef kCGWindowNumber;
+extern const CFStringRef kCGWindowName;
+extern const CFStringRef kCGWindowOwnerName;
+extern const CFStringRef kCGWindowOwnerPID;
+extern const CFStringRef kCGWindowBounds;
+extern const CFStringRef kCGWindowIsOnscreen;
+
+CFArrayRef CGWindowListCopyWindowInfo(CGWindowListOption option, CGWindowID relativeToWindow);
+bool CGRectMakeWithDictionaryRepresentation(CFDictionaryRef dict, CGRect* rect);
 
 CGDirectDisplayID CGMainDisplayID(void);
 CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplays, uint32_t* displayCount);
