@@ -10,8 +10,8 @@ ImageRef ImageFromCGImage(CGImageRef image) {
     if (width == 0 || height == 0) return nullptr;
     std::vector<uint8_t> pixels(width * height * 4);
     CGColorSpaceRef space = CGColorSpaceCreateWithName(kCGColorSpaceSRGB);
-    CGContextRef context = CGBitmapContextCreate(pixels.data(), width, height, 8, width * 4, space,
-                                                 uint32_t(kCGImageAlphaPremultipliedFirst) | kCGBitmapByteOrder32Little);
+    const uint32_t layout = uint32_t(kCGImageAlphaPremultipliedFirst) | kCGBitmapByteOrder32Little; // B, G, R, A
+    CGContextRef context = CGBitmapContextCreate(pixels.data(), width, height, 8, width * 4, space, layout);
     CGColorSpaceRelease(space);
     if (!context) return nullptr;
     CGContextDrawImage(context, CGRect{{0, 0}, {double(width), double(height)}}, image);

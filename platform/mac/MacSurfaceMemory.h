@@ -15,8 +15,10 @@ class MacSurfaceMemory final : public SurfaceMemory {
 public:
     // A new IOSurface of those properties; null when the system refuses.
     static std::unique_ptr<MacSurfaceMemory> Create(const SurfaceProperties& properties);
-    // An IOSurface made elsewhere (a display stream's frame), held while this lives.
-    explicit MacSurfaceMemory(IOSurfaceRef surface);
+    // An IOSurface made elsewhere, held while this lives. `inUse` also raises
+    // its use count for as long (a display stream's frame, which the window
+    // server would otherwise write again).
+    MacSurfaceMemory(IOSurfaceRef surface, bool inUse);
     ~MacSurfaceMemory() override;
     MacSurfaceMemory(const MacSurfaceMemory&) = delete;
     MacSurfaceMemory& operator=(const MacSurfaceMemory&) = delete;
@@ -32,6 +34,7 @@ public:
 
 private:
     const IOSurfaceRef fSurface;
+    const bool fInUse;
 };
 
 } // namespace qcp::platform::mac

@@ -24,14 +24,20 @@ std::unique_ptr<MacSurfaceMemory> MacSurfaceMemory::Create(const SurfaceProperti
     IOSurfaceRef surface = IOSurfaceCreate(wanted);
     CFRelease(wanted);
     if (!surface) return nullptr;
-    auto memory = std::make_unique<MacSurfaceMemory>(surface);
+    auto memory = std::make_unique<MacSurfaceMemory>(surface, false);
     CFRelease(surface); // the memory holds its own reference
     return memory;
 }
 
-MacSurfaceMemory::MacSurfaceMemory(IOSurfaceRef surface) : fSurface(surface) { CFRetain(surface); }
+MacSurfaceMemory::MacSurfaceMemory(IOSurfaceRef surface, bool inUse) : fSurface(surface), fInUse(inUse) {
+    CFRetain(surface);
+    if (inUse) IOSurfaceIncrementUseCount(surface);
+}
 
-MacSurfaceMemory::~MacSurfaceMemory() { CFRelease(fSurface); }
+MacSurfaceMemory::~MacSurfaceMemory() {
+    if (fInUse) IOSurfaceDecrementUseCount(fSurface);
+    CFRelease(fSurface);
+}
 
 uint8_t* MacSurfaceMemory::data() { return static_cast<uint8_t*>(IOSurfaceGetBaseAddress(fSurface)); }
 

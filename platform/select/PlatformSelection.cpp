@@ -8,6 +8,9 @@
 #if QCP_HAVE_LINUX_PLATFORM
 #include "X11Factory.h"
 #endif
+#if QCP_HAVE_MAC_PLATFORM
+#include "MacFactory.h"
+#endif
 #if QCP_HAVE_COREAUDIO_STANDIN
 #include "AudioDeviceLayer.h"
 #include "SimAudioSystem.h"
@@ -38,6 +41,12 @@ bool SelectFromEnvironment(std::string& error) {
         Install(sim::MakeDefaultPlatform());
         return true;
     }
+#if QCP_HAVE_MAC_PLATFORM
+    if (name.empty() || name == "mac") {
+        Install(mac::MakePlatform());
+        return true;
+    }
+#endif
     if (name.empty() || name == "linux") {
 #if QCP_HAVE_LINUX_PLATFORM
         Install(x11::MakePlatform());
@@ -47,7 +56,11 @@ bool SelectFromEnvironment(std::string& error) {
         return false;
 #endif
     }
+#if QCP_HAVE_MAC_PLATFORM
+    error = "QCP_PLATFORM=" + std::string(name) + " is unknown (known: mac, sim)";
+#else
     error = "QCP_PLATFORM=" + std::string(name) + " is unknown (known: linux, sim)";
+#endif
     return false;
 }
 

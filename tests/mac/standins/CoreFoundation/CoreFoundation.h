@@ -50,6 +50,8 @@ CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType theType, const
 
 CFTypeID CFBooleanGetTypeID(void);
 Boolean CFBooleanGetValue(CFBooleanRef boolean);
+extern const CFBooleanRef kCFBooleanFalse;
+extern const CFBooleanRef kCFBooleanTrue;
 #ifdef __cplusplus
 }
 #endif

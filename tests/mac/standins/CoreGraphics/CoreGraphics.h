@@ -55,6 +55,7 @@ extern const CFStringRef kCGWindowIsOnscreen;
 
 CFArrayRef CGWindowListCopyWindowInfo(CGWindowListOption option, CGWindowID relativeToWindow);
 bool CGRectMakeWithDictionaryRepresentation(CFDictionaryRef dict, CGRect* rect);
+CFDictionaryRef CGRectCreateDictionaryRepresentation(CGRect rect);
 
 CGDirectDisplayID CGMainDisplayID(void);
 CGError CGGetActiveDisplayList(uint32_t maxDisplays, CGDirectDisplayID* activeDisplays, uint32_t* displayCount);
@@ -63,6 +64,7 @@ CGDisplayModeRef CGDisplayCopyDisplayMode(CGDirectDisplayID display);
 double CGDisplayModeGetRefreshRate(CGDisplayModeRef mode);
 size_t CGDisplayModeGetWidth(CGDisplayModeRef mode);
 size_t CGDisplayModeGetPixelWidth(CGDisplayModeRef mode);
+size_t CGDisplayModeGetPixelHeight(CGDisplayModeRef mode);
 void CGDisplayModeRelease(CGDisplayModeRef mode);
 
 CGEventRef CGEventCreate(CGEventSourceRef source);

@@ -59,7 +59,10 @@ __attribute__((objc_root_class))
 @interface NSConstantString : NSString
 @end
 
-typedef enum : NSInteger { NSTaskTerminationReasonExit = 1, NSTaskTerminationReasonUncaughtSignal = 2 } NSTaskTerminationReason;
+typedef enum : NSInteger {
+    NSTaskTerminationReasonExit = 1,
+    NSTaskTerminationReasonUncaughtSignal = 2,
+} NSTaskTerminationReason;
 
 @interface NSTask : NSObject
 @property(copy) NSURL* executableURL;

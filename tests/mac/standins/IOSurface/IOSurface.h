@@ -33,6 +33,8 @@ size_t IOSurfaceGetBytesPerElement(IOSurfaceRef buffer);
 size_t IOSurfaceGetElementWidth(IOSurfaceRef buffer);
 size_t IOSurfaceGetElementHeight(IOSurfaceRef buffer);
 OSType IOSurfaceGetPixelFormat(IOSurfaceRef buffer);
+void IOSurfaceIncrementUseCount(IOSurfaceRef buffer);
+void IOSurfaceDecrementUseCount(IOSurfaceRef buffer);
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,25 @@
+#include "MacPlatform.h"
+
+#include "MacDisplayLink.h"
+#include "MacDisplayStream.h"
+#include "MacFactory.h"
+#include "MacSurfaceMemory.h"
+
+namespace qcp::platform::mac {
+
+std::unique_ptr<DisplayStream> MacPlatform::createDisplayStream(DisplayStreamConfig config) {
+    return MacDisplayStream::Create(std::move(config));
+}
+
+std::unique_ptr<DisplayLink> MacPlatform::createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) {
+    return MacDisplayLink::Create(displayID, std::move(callback));
+}
+
+Surface* MacPlatform::createSurface(const SurfaceProperties& properties) {
+    std::unique_ptr<MacSurfaceMemory> memory = MacSurfaceMemory::Create(properties);
+    return memory ? Surface::Create(properties, std::move(memory)) : nullptr;
+}
+
+std::unique_ptr<Platform> MakePlatform() { return std::make_unique<MacPlatform>(); }
+
+} // namespace qcp::platform::mac
