@@ -1,6 +1,6 @@
 #pragma once
-#include "CpuCompositor.h"
 #include "MacCursor.h"
+#include "MacGLCompositor.h"
 #include "MacScreens.h"
 #include "MacSystem.h"
 #include "MacWindowServer.h"
@@ -10,9 +10,9 @@ namespace qcp::platform::mac {
 
 // The real desktop on macOS. Surfaces are IOSurfaces (hosts find them with
 // IOSurfaceLookup); display streams are CGDisplayStreams and links
-// CVDisplayLinks. Compositing is done on the CPU until the GPU compositor
-// exists; the selection window and region overlay are not written yet, so
-// none are shown.
+// CVDisplayLinks. Compositing is done on the GPU (the CPU where it cannot
+// be); the selection window and region overlay are not written yet, so none
+// are shown.
 class MacPlatform final : public Platform {
 public:
     std::string_view Name() const override { return "mac"; }
@@ -29,7 +29,7 @@ private:
     MacScreens fScreens;
     MacWindowServer fWindowServer;
     MacCursor fCursor;
-    CpuCompositor fCompositor;
+    MacGLCompositor fCompositor;
     MacSystem fSystem;
 };
 

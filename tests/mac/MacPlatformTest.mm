@@ -9,8 +9,11 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstring>
 #include <thread>
+#include <vector>
 
+#include "CpuCompositor.h"
 #include "MacFactory.h"
 #include "StreamRecorder.h"
 #include "WaitFor.h"
@@ -93,4 +96,56 @@ TEST_F(MacPlatformTest, AnUnknownWindowHasNoEntryAndNoPicture) {
     EXPECT_FALSE(windows.windowImage(0x7FFFFFFF));
     EXPECT_EQ(windows.ownPID(), int32_t(getpid()));
     for (const WindowInfo& info : windows.windowList(true)) EXPECT_TRUE(info.onScreen);
+}
+
+namespace {
+// A surface of the platform's (an IOSurface) filled with a pattern.
+SurfaceRef Patterned(Platform& platform, uint32_t seed) {
+    SurfaceRef surface = SurfaceRef::Adopt(platform.createSurface(SurfaceProperties::Packed(97, 61)));
+    if (!surface) return surface;
+    SurfaceLock lock(*surface);
+    for (uint32_t y = 0; y < 61; ++y)
+        for (uint32_t x = 0; x < 97; ++x) {
+            uint8_t* pixel = surface->baseAddress() + y * surface->bytesPerRow() + x * 4;
+            const uint32_t value = (x * 2654435761u) ^ (y * 40503u) ^ seed;
+            pixel[0] = uint8_t(value), pixel[1] = uint8_t(value >> 8), pixel[2] = uint8_t(value >> 16);
+            pixel[3] = 255;
+        }
+    return surface;
+}
+
+bool SamePixels(Surface& a, Surface& b) {
+    SurfacePairLock lock(a, b);
+    for (uint32_t y = 0; y < a.height(); ++y)
+        if (std::memcmp(a.baseAddress() + y * a.bytesPerRow(), b.baseAddress() + y * b.bytesPerRow(), a.width() * 4))
+            return false;
+    return true;
+}
+} // namespace
+
+// The GPU compositor against the CPU one, the reference: copies and a
+// half-transparent picture drawn at a fractional place, scaled.
+TEST_F(MacPlatformTest, TheGPUCompositesAsTheCPUDoes) {
+    CpuCompositor cpu;
+    Compositor& gpu = platform->compositor();
+    const SurfaceRef source = Patterned(*platform, 1);
+    const SurfaceRef byGPU = Patterned(*platform, 2), byCPU = Patterned(*platform, 2);
+    ASSERT_TRUE(source && byGPU && byCPU);
+    gpu.copyArea(*source, *byGPU, {10, 7, 33, 20});
+    cpu.copyArea(*source, *byCPU, {10, 7, 33, 20});
+    EXPECT_TRUE(SamePixels(*byGPU, *byCPU)) << "copied area";
+
+    std::vector<uint8_t> pixels(8 * 8 * 4);
+    for (size_t i = 0; i < pixels.size(); i += 4) {
+        pixels[i] = pixels[i + 1] = uint8_t(i % 64), pixels[i + 2] = 0;
+        pixels[i + 3] = 128; // premultiplied: every colour at most the alpha
+    }
+    const Image picture(8, 8, 32, std::move(pixels));
+    gpu.drawImage(*byGPU, picture, {20.4, 11.6, 16, 16});
+    cpu.drawImage(*byCPU, picture, {20.4, 11.6, 16, 16});
+    EXPECT_TRUE(SamePixels(*byGPU, *byCPU)) << "picture drawn source-over, scaled";
+
+    gpu.copySurface(*source, *byGPU);
+    cpu.copySurface(*source, *byCPU);
+    EXPECT_TRUE(SamePixels(*byGPU, *byCPU)) << "whole copy";
 }
