@@ -4,13 +4,14 @@
 
 #include "zQueue.h"
 
-namespace qcp::platform::gtk {
+namespace qcp::platform {
 
-// The way back from GTK's thread to the core object behind a view, which
-// lives on the main queue. The view cuts the link when it goes (on the main
-// queue, as every use of the input is): input sent before that and handled
-// after is dropped, so the core is never called for a view it destroyed, and
-// never from inside one of its own calls to the view.
+// The way back from a toolkit's thread (GTK's, AppKit's main thread) to the
+// core object behind a view, which lives on the main queue. The view cuts
+// the link when it goes (on the main queue, as every use of the input is):
+// input sent before that and handled after is dropped, so the core is never
+// called for a view it destroyed, and never from inside one of its own calls
+// to the view.
 template <class Input>
 class MainQueueLink {
 public:
@@ -31,4 +32,4 @@ private:
     Input* fInput;
 };
 
-} // namespace qcp::platform::gtk
+} // namespace qcp::platform
