@@ -11,8 +11,8 @@ namespace qcp::platform::mac {
 // The real desktop on macOS. Surfaces are IOSurfaces (hosts find them with
 // IOSurfaceLookup); display streams are CGDisplayStreams and links
 // CVDisplayLinks. Compositing is done on the GPU (the CPU where it cannot
-// be); the selection window and region overlay are not written yet, so none
-// are shown.
+// be). The selection window is AppKit's; the region overlay is not written
+// yet, so none is shown.
 class MacPlatform final : public Platform {
 public:
     std::string_view Name() const override { return "mac"; }
@@ -24,6 +24,7 @@ public:
     std::unique_ptr<DisplayStream> createDisplayStream(DisplayStreamConfig config) override;
     std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) override;
     Surface* createSurface(const SurfaceProperties& properties) override;
+    std::unique_ptr<SelectionWindowView> createSelectionWindow(SelectionWindowInput& input) override;
 
 private:
     MacScreens fScreens;

@@ -3,6 +3,7 @@
 #include "MacDisplayLink.h"
 #include "MacDisplayStream.h"
 #include "MacFactory.h"
+#include "MacSelectionWindow.h"
 #include "MacSurfaceMemory.h"
 
 namespace qcp::platform::mac {
@@ -18,6 +19,10 @@ std::unique_ptr<DisplayLink> MacPlatform::createDisplayLink(uint32_t displayID, 
 Surface* MacPlatform::createSurface(const SurfaceProperties& properties) {
     std::unique_ptr<MacSurfaceMemory> memory = MacSurfaceMemory::Create(properties);
     return memory ? Surface::Create(properties, std::move(memory)) : nullptr;
+}
+
+std::unique_ptr<SelectionWindowView> MacPlatform::createSelectionWindow(SelectionWindowInput& input) {
+    return std::make_unique<MacSelectionWindow>(input);
 }
 
 std::unique_ptr<Platform> MakePlatform() { return std::make_unique<MacPlatform>(); }

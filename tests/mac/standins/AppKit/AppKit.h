@@ -29,14 +29,120 @@ typedef NSString* NSImageHintKey;
 typedef NSInteger NSModalResponse;
 enum { NSAlertFirstButtonReturn = 1000 };
 
-@interface NSButton : NSObject
+typedef NSString* NSUserInterfaceItemIdentifier;
+
+static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat w, CGFloat h) { return NSRect{{x, y}, {w, h}}; }
+
+@interface NSResponder : NSObject
 @end
+
+@interface NSView : NSResponder
+- (instancetype)initWithFrame:(NSRect)frameRect;
+- (void)addSubview:(NSView*)view;
+@property NSRect frame;
+@property NSRect bounds;
+@property(getter=isHidden) BOOL hidden;
+@end
+
+@interface NSControl : NSView
+@property(getter=isEnabled) BOOL enabled;
+@property(copy) NSString* stringValue;
+@property(weak) id target;
+@property SEL action;
+@end
+
+@interface NSTextField : NSControl
++ (instancetype)labelWithString:(NSString*)stringValue;
+@end
+
+@interface NSButton : NSControl
++ (instancetype)buttonWithTitle:(NSString*)title target:(id)target action:(SEL)action;
+@property(copy) NSString* title;
+@property(copy) NSString* keyEquivalent;
+- (void)performClick:(id)sender;
+@end
+
+@interface NSTableHeaderView : NSView
+@end
+
+@interface NSTableColumn : NSObject
+- (instancetype)initWithIdentifier:(NSUserInterfaceItemIdentifier)identifier;
+@property CGFloat width;
+@end
+
+@class NSTableView;
+@protocol NSTableViewDataSource <NSObject>
+@optional
+- (NSInteger)numberOfRowsInTableView:(NSTableView*)tableView;
+- (id)tableView:(NSTableView*)tableView objectValueForTableColumn:(NSTableColumn*)tableColumn row:(NSInteger)row;
+@end
+@protocol NSTableViewDelegate <NSObject>
+@optional
+- (void)tableViewSelectionDidChange:(NSNotification*)notification;
+@end
+
+@interface NSTableView : NSControl
+- (void)addTableColumn:(NSTableColumn*)tableColumn;
+@property(strong) NSTableHeaderView* headerView;
+@property(weak) id<NSTableViewDataSource> dataSource;
+@property(weak) id<NSTableViewDelegate> delegate;
+@property SEL doubleAction;
+@property(readonly) NSInteger selectedRow;
+- (void)reloadData;
+- (void)selectRowIndexes:(NSIndexSet*)indexes byExtendingSelection:(BOOL)extend;
+- (void)scrollRowToVisible:(NSInteger)row;
+- (void)deselectAll:(id)sender;
+@end
+
+typedef enum : NSUInteger { NSNoBorder = 0, NSLineBorder = 1, NSBezelBorder = 2 } NSBorderType;
+
+@interface NSScrollView : NSView
+@property BOOL hasVerticalScroller;
+@property NSBorderType borderType;
+@property(strong) NSView* documentView;
+@end
+
+// NS_OPTIONS types are plain integers in C++, their flags free to combine.
+typedef NSUInteger NSWindowStyleMask;
+enum : NSUInteger { NSWindowStyleMaskTitled = 1 << 0, NSWindowStyleMaskClosable = 1 << 1 };
+typedef enum : NSUInteger { NSBackingStoreBuffered = 2 } NSBackingStoreType;
+typedef NSInteger NSWindowLevel;
+static const NSWindowLevel NSFloatingWindowLevel = 3;
+
+@class NSWindow;
+@protocol NSWindowDelegate <NSObject>
+@optional
+- (BOOL)windowShouldClose:(NSWindow*)sender;
+@end
+
+@interface NSWindow : NSResponder
+- (instancetype)initWithContentRect:(NSRect)contentRect
+                          styleMask:(NSWindowStyleMask)style
+                            backing:(NSBackingStoreType)backingStoreType
+                              defer:(BOOL)flag;
+@property(getter=isReleasedWhenClosed) BOOL releasedWhenClosed;
+@property NSWindowLevel level;
+@property(weak) id<NSWindowDelegate> delegate;
+@property(strong) NSView* contentView;
+@property(copy) NSString* title;
+@property(readonly, getter=isVisible) BOOL visible;
+- (void)center;
+- (void)makeKeyAndOrderFront:(id)sender;
+- (BOOL)makeFirstResponder:(NSResponder*)responder;
+- (void)orderOut:(id)sender;
+@end
+
+@interface NSApplication : NSResponder
+- (void)activateIgnoringOtherApps:(BOOL)flag;
+@end
+extern NSApplication* NSApp;
 
 @interface NSAlert : NSObject
 @property(copy) NSString* messageText;
 @property(copy) NSString* informativeText;
 - (NSButton*)addButtonWithTitle:(NSString*)title;
 - (NSModalResponse)runModal;
+- (void)beginSheetModalForWindow:(NSWindow*)sheetWindow completionHandler:(void (^)(NSModalResponse returnCode))handler;
 @end
 
 @interface NSWorkspace : NSObject
@@ -44,7 +150,8 @@ enum { NSAlertFirstButtonReturn = 1000 };
 - (NSURL*)URLForApplicationToOpenURL:(NSURL*)url;
 @end
 
-typedef enum : NSUInteger { NSApplicationActivateIgnoringOtherApps = 1 << 1 } NSApplicationActivationOptions;
+typedef NSUInteger NSApplicationActivationOptions;
+enum : NSUInteger { NSApplicationActivateIgnoringOtherApps = 1 << 1 };
 
 @interface NSRunningApplication : NSObject
 + (instancetype)runningApplicationWithProcessIdentifier:(pid_t)pid;

@@ -31,15 +31,19 @@ typedef struct CGContext* CGContextRef;
 
 typedef uint32_t CGWindowID;
 enum { kCGNullWindowID = 0 };
-typedef enum : uint32_t {
+// CF_OPTIONS types are plain integers in C++, their flags free to combine.
+typedef uint32_t CGWindowListOption;
+enum : uint32_t {
     kCGWindowListOptionAll = 0,
     kCGWindowListOptionOnScreenOnly = (1 << 0),
     kCGWindowListOptionIncludingWindow = (1 << 3),
-} CGWindowListOption;
-typedef enum : uint32_t { kCGWindowImageBoundsIgnoreFraming = (1 << 0) } CGWindowImageOption;
+};
+typedef uint32_t CGWindowImageOption;
+enum : uint32_t { kCGWindowImageBoundsIgnoreFraming = (1 << 0) };
 
 typedef enum : uint32_t { kCGImageAlphaPremultipliedFirst = 2 } CGImageAlphaInfo;
-typedef enum : uint32_t { kCGBitmapByteOrder32Little = (2 << 12) } CGBitmapInfo;
+typedef uint32_t CGBitmapInfo;
+enum : uint32_t { kCGBitmapByteOrder32Little = (2 << 12) };
 
 #ifdef __cplusplus
 extern "C" {

@@ -3,6 +3,8 @@
 #include <sys/types.h>
 
 typedef signed char BOOL;
+#define YES ((BOOL)1)
+#define NO ((BOOL)0)
 #ifndef nil
 #define nil nullptr
 #endif
@@ -18,6 +20,7 @@ __attribute__((objc_root_class))
 - (instancetype)init;
 - (instancetype)retain;
 - (void)release;
+- (void)dealloc;
 @end
 
 @interface NSString : NSObject
@@ -72,4 +75,15 @@ typedef enum : NSInteger {
 @property(readonly) int terminationStatus;
 @property(readonly) NSTaskTerminationReason terminationReason;
 - (BOOL)launchAndReturnError:(NSError**)error;
+@end
+
+@protocol NSObject
+@end
+
+@interface NSIndexSet : NSObject
++ (instancetype)indexSetWithIndex:(NSUInteger)value;
+@end
+
+@interface NSNotification : NSObject
+@property(readonly, retain) id object;
 @end
