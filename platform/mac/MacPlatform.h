@@ -11,8 +11,7 @@ namespace qcp::platform::mac {
 // The real desktop on macOS. Surfaces are IOSurfaces (hosts find them with
 // IOSurfaceLookup); display streams are CGDisplayStreams and links
 // CVDisplayLinks. Compositing is done on the GPU (the CPU where it cannot
-// be). The selection window is AppKit's; the region overlay is not written
-// yet, so none is shown.
+// be). The selection window and the region overlay are AppKit's.
 class MacPlatform final : public Platform {
 public:
     std::string_view Name() const override { return "mac"; }
@@ -25,6 +24,7 @@ public:
     std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) override;
     Surface* createSurface(const SurfaceProperties& properties) override;
     std::unique_ptr<SelectionWindowView> createSelectionWindow(SelectionWindowInput& input) override;
+    std::unique_ptr<RegionOverlayView> createRegionOverlay(RegionOverlayInput& input) override;
 
 private:
     MacScreens fScreens;

@@ -3,6 +3,7 @@
 #include "MacDisplayLink.h"
 #include "MacDisplayStream.h"
 #include "MacFactory.h"
+#include "MacRegionOverlay.h"
 #include "MacSelectionWindow.h"
 #include "MacSurfaceMemory.h"
 
@@ -23,6 +24,10 @@ Surface* MacPlatform::createSurface(const SurfaceProperties& properties) {
 
 std::unique_ptr<SelectionWindowView> MacPlatform::createSelectionWindow(SelectionWindowInput& input) {
     return std::make_unique<MacSelectionWindow>(input);
+}
+
+std::unique_ptr<RegionOverlayView> MacPlatform::createRegionOverlay(RegionOverlayInput& input) {
+    return std::make_unique<MacRegionOverlay>(input, fSystem.resourceFolder());
 }
 
 std::unique_ptr<Platform> MakePlatform() { return std::make_unique<MacPlatform>(); }

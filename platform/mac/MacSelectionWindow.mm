@@ -27,8 +27,9 @@ struct Mode {
 };
 constexpr Mode kWindowMode{{SelectionWidget::ProcessList, SelectionWidget::WindowList},
                            {SelectionWidget::RefreshButton, SelectionWidget::WindowCancel, SelectionWidget::WindowOK}};
-constexpr Mode kMonitorMode{{SelectionWidget::MonitorList, SelectionWidget::SelectionList},
-                            {SelectionWidget::RegionButton, SelectionWidget::MonitorCancel, SelectionWidget::MonitorOK}};
+constexpr Mode kMonitorMode{
+    {SelectionWidget::MonitorList, SelectionWidget::SelectionList},
+    {SelectionWidget::RegionButton, SelectionWidget::MonitorCancel, SelectionWidget::MonitorOK}};
 } // namespace
 
 @interface QCPSelectionController : NSObject <NSWindowDelegate, NSTableViewDataSource, NSTableViewDelegate> {

@@ -23,9 +23,14 @@ __attribute__((objc_root_class))
 - (void)dealloc;
 @end
 
+typedef uint16_t unichar;
+
 @interface NSString : NSObject
 + (instancetype)stringWithUTF8String:(const char*)nullTerminatedCString;
 @property(readonly) const char* UTF8String;
+@property(readonly) NSUInteger length;
+- (unichar)characterAtIndex:(NSUInteger)index;
+- (NSString*)stringByAppendingPathComponent:(NSString*)str;
 @end
 
 @interface NSError : NSObject
@@ -49,6 +54,7 @@ __attribute__((objc_root_class))
 @end
 
 @interface NSDictionary<KeyType, ObjectType> : NSObject
++ (instancetype)dictionaryWithObjects:(const ObjectType[])objects forKeys:(const KeyType[])keys count:(NSUInteger)cnt;
 - (ObjectType)objectForKey:(KeyType)key;
 @end
 
