@@ -12,6 +12,8 @@
 #include <filesystem>
 #include <sstream>
 
+#include "Pipe.h"
+
 extern char** environ;
 
 namespace qcphost {
@@ -48,7 +50,7 @@ bool ChildProcess::Installed(const std::string& program) {
 
 bool ChildProcess::Start(const std::vector<std::string>& argv, bool feedInput, std::string& error) {
     int pipeEnds[2] = {-1, -1};
-    if (feedInput && pipe2(pipeEnds, O_CLOEXEC) != 0) {
+    if (feedInput && !OpenPipe(pipeEnds, false)) {
         error = std::string("no pipe: ") + std::strerror(errno);
         return false;
     }

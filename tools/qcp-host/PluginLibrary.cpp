@@ -2,6 +2,9 @@
 
 #include <dlfcn.h>
 #include <unistd.h>
+#if defined(__APPLE__)
+#include <mach-o/dyld.h>
+#endif
 
 #include <climits>
 #include <cstdlib>
@@ -36,16 +39,40 @@ std::filesystem::path PluginLibrary::Folder() const {
     Dl_info info{};
     if (!dladdr(reinterpret_cast<const void*>(QCP_IntitializeLibrary), &info) || !info.dli_fname || !*info.dli_fname)
         throw std::runtime_error("cannot tell where the plug-in was loaded from");
-    return std::filesystem::canonical(info.dli_fname).parent_path();
+    const std::filesystem::path folder = std::filesystem::canonical(info.dli_fname).parent_path();
+#if defined(__APPLE__)
+    return folder.parent_path(); // Contents/MacOS/MacCapture, beside Contents/Resources
+#else
+    return folder;
+#endif
 }
+
+namespace {
+// The plug-in beside the host, as the build lays them out.
+#if defined(__APPLE__)
+constexpr const char* kPluginFile = "MacCapture.plugin/Contents/MacOS/MacCapture";
+#else
+constexpr const char* kPluginFile = "libMacCapture.so";
+#endif
+
+// This program's own file; empty when the system does not say.
+std::string OwnFile() {
+    char self[PATH_MAX];
+#if defined(__APPLE__)
+    uint32_t size = sizeof self;
+    return _NSGetExecutablePath(self, &size) == 0 ? std::string(self) : std::string();
+#else
+    const ssize_t size = readlink("/proc/self/exe", self, sizeof self - 1);
+    return size > 0 ? std::string(self, size_t(size)) : std::string();
+#endif
+}
+} // namespace
 
 std::string PluginLibrary::DefaultPath() {
     if (const char* path = std::getenv("QCP_PLUGIN"); path && *path) return path;
-    char self[PATH_MAX];
-    ssize_t size = readlink("/proc/self/exe", self, sizeof self - 1);
-    if (size <= 0) return "libMacCapture.so";
-    std::string directory(self, size_t(size));
-    return directory.substr(0, directory.rfind('/') + 1) + "libMacCapture.so";
+    const std::string self = OwnFile();
+    if (self.empty()) return kPluginFile;
+    return self.substr(0, self.rfind('/') + 1) + kPluginFile;
 }
 
 } // namespace qcphost

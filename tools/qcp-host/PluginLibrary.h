@@ -19,8 +19,10 @@ public:
     // The plug-in next to the running executable, unless QCP_PLUGIN names one.
     static std::string DefaultPath();
 
-    // The folder of the file the plug-in was loaded from, links resolved, as
-    // the plug-in itself finds its resources. Throws when it cannot be told.
+    // The folder that holds the plug-in's Resources, as the plug-in itself
+    // finds them: the folder of the file it was loaded from, links resolved
+    // (in a macOS bundle, the Contents folder above it). Throws when it cannot
+    // be told.
     std::filesystem::path Folder() const;
 
 #define QCP_HOST_ENTRY(name) decltype(&::name) name = nullptr;

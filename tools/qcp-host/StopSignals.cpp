@@ -7,6 +7,8 @@
 #include <atomic>
 #include <csignal>
 
+#include "Pipe.h"
+
 namespace qcphost {
 namespace {
 
@@ -28,7 +30,7 @@ void Received(int number) {
 
 StopSignals::StopSignals() {
     gReceived.store(0);
-    if (pipe2(gWake, O_CLOEXEC | O_NONBLOCK) != 0) gWake[0] = gWake[1] = -1;
+    if (!OpenPipe(gWake, true)) gWake[0] = gWake[1] = -1;
     struct sigaction action {};
     action.sa_handler = &Received;
     sigemptyset(&action.sa_mask);
