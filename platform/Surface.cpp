@@ -40,7 +40,8 @@ Surface* Surface::Create(const SurfaceProperties& properties, std::unique_ptr<Su
         if (!memory) memory = std::make_unique<HeapMemory>(properties.allocSize);
         if (memory->size() < properties.allocSize) return nullptr;
         Registry& registry = TheRegistry();
-        const uint32_t id = memory->systemID().value_or(registry.nextID++);
+        const std::optional<uint32_t> systemID = memory->systemID();
+        const uint32_t id = systemID ? *systemID : registry.nextID++;
         std::lock_guard lock(registry.mutex);
         if (registry.byID.contains(id)) return nullptr; // one surface per system id
         auto* surface = new Surface(properties, std::move(memory), id);

@@ -130,8 +130,10 @@ private:
                                                                 const qcp::platform::Image& cursor,
                                                                 const qcp::platform::Rect& drawn,
                                                                 qcp::platform::Surface* under);
-    // Puts the pixels the cursor covers back into the lent frame it was drawn into.
-    void putBackUnderCursor(qcp::platform::Surface& frame);
+    // Puts the pixels the cursor covers (`covered`, kept in `under`) back
+    // into the frame it was drawn into; nothing is covered afterwards.
+    static void putBackUnderCursor(qcp::platform::Surface& frame, const qcp::platform::SurfaceRef& under,
+                                   std::optional<qcp::platform::Rect>& covered);
     // The latest frame to the observers as it is, its cursor taken out
     // where it was drawn into it.
     void sendLatestWithoutCursor();

@@ -109,7 +109,7 @@ void MacCaptureSource::sendLatestWithoutCursor() {
     Surface* frame = fLatestSurface.get();
     if (!frame) return;
     // A lent frame with the cursor drawn in: its own pixels back.
-    if (fComposedSurface.get() == frame) putBackUnderCursor(*frame);
+    if (fComposedSurface.get() == frame) putBackUnderCursor(*frame, fUnderCursor, fComposedCursor);
     fLatestShared = true;
     send_surface_to_observers(frame, 0);
 }
@@ -127,7 +127,7 @@ SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
         drawCursorIntoFrame(*output);
     } else if (lent && output.get() == frame) {
         // The lent frame again, the cursor perhaps elsewhere: its pixels back first.
-        putBackUnderCursor(*output);
+        putBackUnderCursor(*output, fUnderCursor, fComposedCursor);
         drawCursorIntoFrame(*output);
     } else if (output && frame && fComposedNumber != 0 && SameGeometry(*frame, *output)) {
         // The output holds an earlier frame of this run: only what changed
@@ -154,10 +154,10 @@ SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, Su
     return output;
 }
 
-void MacCaptureSource::putBackUnderCursor(Surface& frame) {
-    if (!fComposedCursor) return;
-    Current()->compositor().copyArea(*fUnderCursor, frame, *fComposedCursor);
-    fComposedCursor.reset();
+void MacCaptureSource::putBackUnderCursor(Surface& frame, const SurfaceRef& under, std::optional<Rect>& covered) {
+    if (!covered) return;
+    Current()->compositor().copyArea(*under, frame, *covered);
+    covered.reset();
 }
 
 void MacCaptureSource::drawCursorIntoFrame(Surface& frame) {

@@ -26,8 +26,7 @@ void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
         if (!frame.surface) return;
         if (frame.fresh || frame.surface.get() != info.surface.get()) info.cursorCovered.reset();
         // The same frame as last time: the cursor drawn into it goes first.
-        if (info.cursorCovered)
-            Current()->compositor().copyArea(*info.underCursor, *frame.surface, *info.cursorCovered);
+        putBackUnderCursor(*frame.surface, info.underCursor, info.cursorCovered);
         info.surface = std::move(frame.surface);
         info.cursorCovered =
             info.showCursor ? drawWindowCursor(*info.surface, info.windowID, info.underCursor) : std::nullopt;
