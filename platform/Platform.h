@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 #include "Compositor.h"
 #include "Cursor.h"
@@ -37,6 +38,14 @@ public:
     virtual Cursor& cursor() = 0;
     virtual Compositor& compositor() = 0;
     virtual System& system() = 0;
+    // The screen list into `into` (Screens::list) and the mouse location
+    // (Cursor::mouseLocation) read together: what every pass that draws the
+    // cursor asks. A platform that can put both questions to the system at
+    // once does. Any thread, as those two calls.
+    virtual Point screensAndMouse(std::vector<ScreenInfo>& into) {
+        screens().list(into);
+        return cursor().mouseLocation();
+    }
 
     // A stream of `config.displayID`'s frames, not yet started. Null when the
     // display is not attached or the system refuses. Host's thread.

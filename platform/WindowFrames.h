@@ -1,4 +1,7 @@
 #pragma once
+#include <optional>
+
+#include "Geometry.h"
 #include "Surface.h"
 
 namespace qcp::platform {
@@ -13,6 +16,9 @@ struct WindowFrame {
     // this surface before is gone. False: the window did not change, and this
     // is the surface of the previous call as the caller left it.
     bool fresh = true;
+    // The window's bounds (WindowServer::windowBounds) as read with the
+    // frame; none where the platform does not learn them with it.
+    std::optional<Rect> bounds;
 };
 
 // The frames of one window for one capture, read at every refresh of the

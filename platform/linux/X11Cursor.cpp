@@ -29,17 +29,12 @@ Point X11Cursor::mouseLocation() const {
     Link* link = Connected();
     if (!link) return {};
     Display* display = link->connection->display();
-    const Window rootWindow = link->connection->root();
     X11ErrorTrap trap(display);
-    Window root = None, child = None;
-    int x = 0, y = 0, windowX = 0, windowY = 0;
-    unsigned int buttons = 0;
-    // False when the pointer is on another X screen.
-    if (!XQueryPointer(display, rootWindow, &root, &child, &x, &y, &windowX, &windowY, &buttons)) return {};
-    const X11Monitor main = X11Monitors::ReadMain(display, rootWindow);
+    const std::optional<X11Pointer> pointer =
+        X11Monitors::ReadWithPointer(display, link->connection->root(), link->monitors);
     link->ReadEvents(); // what the answers brought along, so that nothing piles up
-    if (!link->connection->usable()) return {};
-    return {double(x - main.x), double((main.y + main.height) - y)};
+    if (!pointer || !link->connection->usable()) return {};
+    return X11Monitors::GlobalPoint(*pointer, X11Monitors::Main(display, link->monitors));
 }
 
 CursorImage X11Cursor::currentCursor() const {

@@ -1,9 +1,11 @@
 #pragma once
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include "Cursor.h"
 #include "X11Connection.h"
+#include "X11Monitors.h"
 #include "X11Server.h"
 
 namespace qcp::platform::x11 {
@@ -18,7 +20,7 @@ namespace qcp::platform::x11 {
 // until then the same CursorImage, picture included, is handed out. The
 // mouse location is converted to the macOS convention against the main
 // monitor as RandR has it at that moment (monitors set by clients change
-// without any notice).
+// without any notice), asked for with the pointer in one round trip.
 class X11Cursor final : public Cursor {
 public:
     explicit X11Cursor(X11Server& server) : fServer(server) {}
@@ -43,6 +45,7 @@ private:
         bool cursorChanged = true;
         unsigned long serial = 0; // of the picture in cursor
         CursorImage cursor;
+        std::vector<X11Monitor> monitors; // reused by each mouse location
     };
     // The current link, remade when stale; null without a server.
     Link* Connected() const;

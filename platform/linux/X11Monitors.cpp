@@ -1,6 +1,10 @@
 #include "X11Monitors.h"
 
+#include <X11/Xlib-xcb.h>
+#include <xcb/randr.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 namespace qcp::platform::x11::X11Monitors {
@@ -16,6 +20,27 @@ X11Monitor FromInfo(const XRRMonitorInfo& info) {
     const RROutput output = info.noutput > 0 ? info.outputs[0] : None;
     return {uint32_t(output != None ? output : info.name), output,      info.name,          info.x, info.y,
             info.width,                                   info.height, info.primary != 0};
+}
+
+X11Monitor FromInfo(const xcb_randr_monitor_info_t& info) {
+    const RROutput output = info.nOutput > 0 ? xcb_randr_monitor_info_outputs(&info)[0] : None;
+    return {uint32_t(output != None ? output : info.name), output,      info.name,          info.x, info.y,
+            info.width,                                   info.height, info.primary != 0};
+}
+
+// The primary first, the others in their order (without the buffer a stable
+// partition takes).
+void PrimaryFirst(std::vector<X11Monitor>& monitors) {
+    const auto primary = std::find_if(monitors.begin(), monitors.end(), [](const X11Monitor& m) { return m.primary; });
+    if (primary != monitors.end()) std::rotate(monitors.begin(), primary, primary + 1);
+}
+
+std::optional<X11Pointer> QueryPointer(Display* display, Window root) {
+    Window inRoot = None, child = None;
+    int x = 0, y = 0, windowX = 0, windowY = 0;
+    unsigned int buttons = 0;
+    if (!XQueryPointer(display, root, &inRoot, &child, &x, &y, &windowX, &windowY, &buttons)) return std::nullopt;
+    return X11Pointer{x, y};
 }
 
 // Without RandR monitors: the root window as the one monitor, if it can be read.
@@ -43,10 +68,31 @@ void Read(Display* display, Window root, std::vector<X11Monitor>& monitors) {
     if (!infos) return;
     for (int i = 0; i < count; ++i) monitors.push_back(FromInfo(infos[i]));
     XRRFreeMonitors(infos);
-    // The primary first, the others in their order (without the buffer a
-    // stable partition takes).
-    const auto primary = std::find_if(monitors.begin(), monitors.end(), [](const X11Monitor& m) { return m.primary; });
-    if (primary != monitors.end()) std::rotate(monitors.begin(), primary, primary + 1);
+    PrimaryFirst(monitors);
+}
+
+std::optional<X11Pointer> ReadWithPointer(Display* display, Window root, std::vector<X11Monitor>& monitors) {
+    if (!HaveMonitors(display)) {
+        Read(display, root, monitors);
+        return QueryPointer(display, root);
+    }
+    // The monitors are asked first and the pointer, through Xlib, last: one
+    // wait brings both answers, and Xlib, which then knows every request of
+    // its connection answered, brings the events that came before them into
+    // its queue and has no reason to sync an error trap. Xlib hands the
+    // connection's own pending requests on before its own, so the order
+    // holds; an error comes back through Xlib's handler (a null error pointer).
+    xcb_connection_t* connection = XGetXCBConnection(display);
+    const xcb_randr_get_monitors_cookie_t asked = xcb_randr_get_monitors(connection, root, 1);
+    const std::optional<X11Pointer> pointer = QueryPointer(display, root);
+    monitors.clear();
+    if (xcb_randr_get_monitors_reply_t* reply = xcb_randr_get_monitors_reply(connection, asked, nullptr)) {
+        for (auto it = xcb_randr_get_monitors_monitors_iterator(reply); it.rem; xcb_randr_monitor_info_next(&it))
+            monitors.push_back(FromInfo(*it.data));
+        std::free(reply);
+    }
+    PrimaryFirst(monitors);
+    return pointer;
 }
 
 X11Monitor ReadMain(Display* display, Window root) {
@@ -72,6 +118,10 @@ X11Monitor Main(Display* display, const std::vector<X11Monitor>& monitors) {
 Rect GlobalFrame(const X11Monitor& monitor, const X11Monitor& main) {
     return {double(monitor.x - main.x), double((main.y + main.height) - (monitor.y + monitor.height)),
             double(monitor.width), double(monitor.height)};
+}
+
+Point GlobalPoint(const X11Pointer& pointer, const X11Monitor& main) {
+    return {double(pointer.x - main.x), double((main.y + main.height) - pointer.y)};
 }
 
 double RefreshRate(const XRRModeInfo& mode) {

@@ -27,6 +27,11 @@ struct X11Monitor {
     bool Contains(int px, int py) const { return px >= x && px < x + width && py >= y && py < y + height; }
 };
 
+// Where the pointer is on the root window, in pixels.
+struct X11Pointer {
+    int x = 0, y = 0;
+};
+
 namespace X11Monitors {
 
 // Whether the server has RandR 1.5 monitors; X11Monitors falls back to one
@@ -37,6 +42,11 @@ bool HaveMonitors(Display* display);
 std::vector<X11Monitor> Read(Display* display, Window root);
 // The same into `monitors`, whose capacity is reused.
 void Read(Display* display, Window root, std::vector<X11Monitor>& monitors);
+// The same, and where the pointer is, asked together: one round trip where
+// the server has RandR monitors (what every pass of the cursor asks). No
+// pointer when it is on another X screen. Events that came before the
+// answers are in Xlib's queue afterwards, as after an Xlib round trip.
+std::optional<X11Pointer> ReadWithPointer(Display* display, Window root, std::vector<X11Monitor>& monitors);
 // The main monitor as Main(display, Read(display, root)) finds it, without a list.
 X11Monitor ReadMain(Display* display, Window root);
 // The main monitor of a list (the first), or the whole root when there is none.
@@ -44,6 +54,8 @@ X11Monitor Main(Display* display, const std::vector<X11Monitor>& monitors);
 // A monitor's frame in the macOS convention: global, origin at the main
 // monitor's bottom-left corner, y up.
 Rect GlobalFrame(const X11Monitor& monitor, const X11Monitor& main);
+// A root position in the same convention.
+Point GlobalPoint(const X11Pointer& pointer, const X11Monitor& main);
 // Refreshes per second of a mode; 0 when the mode does not say.
 double RefreshRate(const XRRModeInfo& mode);
 // The monitor name descriptor (tag 0xFC) of an EDID base block, trimmed;

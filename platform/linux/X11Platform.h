@@ -46,6 +46,7 @@ public:
     Cursor& cursor() override { return fCursor; }
     Compositor& compositor() override { return fCompositor; }
     System& system() override { return fSystem; }
+    Point screensAndMouse(std::vector<ScreenInfo>& into) override { return fScreens.listWithMouse(into); }
     std::unique_ptr<DisplayStream> createDisplayStream(DisplayStreamConfig config) override;
     std::unique_ptr<DisplayLink> createDisplayLink(uint32_t displayID, DisplayLinkCallback callback) override;
     Surface* createSurface(const SurfaceProperties& properties) override;

@@ -21,13 +21,33 @@ X11Screens::Link::Link(std::unique_ptr<X11Connection> made)
 
 void X11Screens::list(std::vector<ScreenInfo>& screens) const {
     std::lock_guard lock(fMutex);
+    Fill(screens, nullptr);
+}
+
+Point X11Screens::listWithMouse(std::vector<ScreenInfo>& screens) const {
+    std::lock_guard lock(fMutex);
+    Point mouse;
+    Fill(screens, &mouse);
+    return mouse;
+}
+
+void X11Screens::Fill(std::vector<ScreenInfo>& screens, Point* mouse) const {
     Link* link = fServer.Refresh(fLink, X11Server::Reconnect::IfLost);
     if (!link) return screens.clear();
     Display* display = link->connection->display();
+    const Window root = link->connection->root();
     X11ErrorTrap trap(display);
-    X11Monitors::Read(display, link->connection->root(), fMonitors);
+    if (mouse) {
+        const std::optional<X11Pointer> pointer = X11Monitors::ReadWithPointer(display, root, fMonitors);
+        if (pointer) *mouse = X11Monitors::GlobalPoint(*pointer, X11Monitors::Main(display, fMonitors));
+    } else {
+        X11Monitors::Read(display, root, fMonitors);
+    }
     DropDetailsOnChange(*link);
-    if (!link->connection->usable()) return screens.clear(); // lost while reading
+    if (!link->connection->usable()) { // lost while reading
+        if (mouse) *mouse = {};
+        return screens.clear();
+    }
     // Assigned into the elements kept, so that their names keep their memory.
     screens.resize(fMonitors.size());
     for (size_t i = 0; i < fMonitors.size(); ++i) {

@@ -32,6 +32,8 @@ public:
 
     using Screens::list;
     void list(std::vector<ScreenInfo>& screens) const override;
+    // The list and the mouse location (see X11Cursor) in one round trip.
+    Point listWithMouse(std::vector<ScreenInfo>& screens) const;
     // The monitor a display id names now, none when it is not attached.
     std::optional<ScreenInfo> screen(uint32_t displayID) const;
 
@@ -50,7 +52,8 @@ private:
         std::map<uint32_t, OutputDetails> details;
     };
 
-    // The caller holds fMutex.
+    // Fills `screens`, and `mouse` when asked for; the caller holds fMutex.
+    void Fill(std::vector<ScreenInfo>& screens, Point* mouse) const;
     static void DropDetailsOnChange(Link& link);
     static const OutputDetails& Details(Link& link, const X11Monitor& monitor);
     static OutputDetails ReadDetails(const Link& link, const X11Monitor& monitor);

@@ -123,7 +123,7 @@ WindowFrame X11WindowImage::CaptureFrame(const X11WindowPlace& place, uint64_t i
         const Area& read = wanted->inFrame;
         if (reader.last && reader.frame == place.frame && reader.read == read &&
             Unchanged(redirected, reader.changes))
-            return {reader.last, false};
+            return {reader.last, false, std::nullopt};
         const uint64_t changes = redirected.changes;
         const Pixmap pixmap = PixmapOf(place.frame, redirected);
         if (pixmap != None)
@@ -132,7 +132,7 @@ WindowFrame X11WindowImage::CaptureFrame(const X11WindowPlace& place, uint64_t i
                 reader.frame = place.frame;
                 reader.read = read;
                 reader.changes = changes;
-                return {std::move(surface), true};
+                return {std::move(surface), true, std::nullopt};
             }
     }
     const Area onScreen = OnScreen(wanted->onRoot);
@@ -143,7 +143,7 @@ WindowFrame X11WindowImage::CaptureFrame(const X11WindowPlace& place, uint64_t i
     reader.frame = None;
     reader.changes.reset();
     if (!reader.last) return {};
-    return {reader.last, true};
+    return {reader.last, true, std::nullopt};
 }
 
 bool X11WindowImage::Unchanged(const Redirected& redirected, std::optional<uint64_t> readAt) const {

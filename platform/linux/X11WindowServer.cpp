@@ -30,8 +30,7 @@ std::vector<WindowInfo> X11WindowServer::windowList(bool onScreenOnly) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return {};
     X11ErrorTrap trap(fLink->connection->display());
-    ReadEvents();
-    const X11Monitor main = MainMonitor();
+    const X11Monitor main = ReadEvents();
     const long desktop = CurrentDesktop();
     std::vector<WindowInfo> windows;
     for (const Window client : fLink->watch.Clients()) {
@@ -46,9 +45,9 @@ std::optional<WindowInfo> X11WindowServer::window(uint32_t number) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return std::nullopt;
     X11ErrorTrap trap(fLink->connection->display());
-    ReadEvents();
+    const X11Monitor main = ReadEvents();
     if (!fLink->watch.IsClient(number)) return std::nullopt;
-    std::optional<WindowInfo> info = Describe(number, MainMonitor(), CurrentDesktop());
+    std::optional<WindowInfo> info = Describe(number, main, CurrentDesktop());
     if (!fLink->connection->usable()) return std::nullopt;
     return info;
 }
@@ -57,22 +56,25 @@ std::optional<Rect> X11WindowServer::windowBounds(uint32_t number) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return std::nullopt;
     X11ErrorTrap trap(fLink->connection->display());
-    ReadEvents();
+    const X11Monitor main = ReadEvents();
     if (!fLink->watch.IsClient(number)) return std::nullopt;
     const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
-    if (!place) return std::nullopt;
-    const X11Monitor main = MainMonitor();
-    if (!fLink->connection->usable()) return std::nullopt;
+    if (!place || !fLink->connection->usable()) return std::nullopt;
     return BoundsOf(*place, main);
 }
 
 ImageRef X11WindowServer::windowImage(uint32_t number) const {
-    return ReadWindow<ImageRef>(number, [&](const X11WindowPlace& place) { return fLink->images.Capture(place); });
+    return ReadWindow<ImageRef>(number, [&](const X11WindowPlace& place, const X11Monitor&) {
+        return fLink->images.Capture(place);
+    });
 }
 
 WindowFrame X11WindowServer::ReadFrame(uint32_t number, uint64_t reader) const {
-    return ReadWindow<WindowFrame>(
-        number, [&](const X11WindowPlace& place) { return fLink->images.CaptureFrame(place, reader); });
+    return ReadWindow<WindowFrame>(number, [&](const X11WindowPlace& place, const X11Monitor& main) {
+        WindowFrame frame = fLink->images.CaptureFrame(place, reader);
+        if (frame.surface) frame.bounds = BoundsOf(place, main);
+        return frame;
+    });
 }
 
 void X11WindowServer::ForgetReader(uint64_t reader) const {
@@ -97,19 +99,21 @@ std::optional<std::string> X11WindowServer::ProcessName(int32_t pid) {
     return name;
 }
 
-void X11WindowServer::ReadEvents() const {
+X11Monitor X11WindowServer::ReadEvents() const {
     Display* display = fLink->connection->display();
     // One round trip first: the server reports a change to every client as
     // it makes it but sends each its reports in its own time, so a window
     // another client has just closed could otherwise still be answered for.
-    // After it, every change made before this question has been heard.
-    XSync(display, False);
+    // After its answer, every change made before this question has been
+    // heard; the question asked is the one every caller needs answered.
+    const X11Monitor main = X11Monitors::ReadMain(display, fLink->connection->root());
     while (XEventsQueued(display, QueuedAlready) > 0) {
         XEvent event;
         XNextEvent(display, &event);
         fLink->watch.OnEvent(event);
         fLink->images.OnEvent(event);
     }
+    return main;
 }
 
 std::optional<WindowInfo> X11WindowServer::Describe(Window client, const X11Monitor& main, long currentDesktop) const {
@@ -155,9 +159,5 @@ long X11WindowServer::CurrentDesktop() const {
     return desktop && !desktop->empty() ? long(desktop->front()) : -1;
 }
 
-X11Monitor X11WindowServer::MainMonitor() const {
-    Display* display = fLink->connection->display();
-    return X11Monitors::ReadMain(display, fLink->connection->root());
-}
 
 } // namespace qcp::platform::x11

@@ -71,32 +71,32 @@ private:
     // The current link, remade when stale; null without a server.
     Link* Connected() const;
 
-    // What `read` makes of the viewable window `number`'s place, under the
-    // mutex and a trap, once the events are in; an empty Result when there
+    // What `read` makes of the viewable window `number`'s place (and the
+    // main monitor), under the mutex and a trap, once the events are in; an
+    // empty Result when there
     // is no such window or the server is lost meanwhile.
     template <class Result, class Read>
     Result ReadWindow(uint32_t number, const Read& read) const {
         std::lock_guard lock(fMutex);
         if (!Connected()) return {};
         X11ErrorTrap trap(fLink->connection->display());
-        ReadEvents();
+        const X11Monitor main = ReadEvents();
         if (!fLink->watch.IsClient(number)) return {};
         const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
         if (!place || !place->viewable) return {};
-        Result result = read(*place);
+        Result result = read(*place, main);
         if (!fLink->connection->usable()) return {};
         return result;
     }
 
     // The caller holds fMutex and a trap, and has a link.
     // Hands every event the server sent before this call to the watch and
-    // the images (one round trip).
-    void ReadEvents() const;
+    // the images, and answers with the main monitor: one round trip.
+    X11Monitor ReadEvents() const;
     std::optional<WindowInfo> Describe(Window client, const X11Monitor& main, long currentDesktop) const;
     bool OnCurrentDesktop(Window client, long currentDesktop) const;
     bool HiddenOrMinimised(Window client) const;
     long CurrentDesktop() const;
-    X11Monitor MainMonitor() const;
 
     X11Server& fServer;
     mutable std::mutex fMutex;

@@ -8,7 +8,7 @@ using namespace qcp::platform;
 
 using ScreensTest = LinuxDesktopTest;
 
-TEST_F(ScreensTest, TheXvfbScreenIsNamedByItsOutputAndAPrimaryMonitorBecomesTheOrigin) {
+TEST_F(ScreensTest, TheXvfbScreenIsNamedByItsOutputAndAPrimaryMonitorBecomesTheOriginOfFramesAndMouse) {
     XRRScreenResources* resources = XRRGetScreenResourcesCurrent(desktop->display(), desktop->root());
     ASSERT_TRUE(resources && resources->noutput > 0);
     const RROutput output = resources->outputs[0];
@@ -26,8 +26,14 @@ TEST_F(ScreensTest, TheXvfbScreenIsNamedByItsOutputAndAPrimaryMonitorBecomesTheO
     *monitor = {side, True, False, 0, 1000, 100, 920, 500, 300, 160, nullptr};
     XRRSetMonitor(desktop->display(), desktop->root(), monitor);
     XRRFreeMonitors(monitor);
+    XWarpPointer(desktop->display(), None, desktop->root(), 0, 0, 0, 0, 1300, 400);
     XSync(desktop->display(), False);
     screens = platform->screens().list();
+    // The mouse from the new main screen's bottom-left, whether asked alone
+    // or with the list (one question to the server), which is the same list.
+    std::vector<ScreenInfo> withMouse;
+    const Point mouse = platform->screensAndMouse(withMouse);
+    const Point alone = platform->cursor().mouseLocation();
     XRRDeleteMonitor(desktop->display(), desktop->root(), side);
     XSync(desktop->display(), False);
     ASSERT_EQ(screens.size(), 2u);
@@ -37,5 +43,13 @@ TEST_F(ScreensTest, TheXvfbScreenIsNamedByItsOutputAndAPrimaryMonitorBecomesTheO
     // The Xvfb screen seen from the side monitor's bottom-left corner, y up.
     EXPECT_EQ(screens[1].displayID, output);
     EXPECT_EQ(screens[1].frame, (Rect{-1000, -480, 1920, 1080}));
+    EXPECT_EQ(mouse, (Point{300, 200}));
+    EXPECT_EQ(alone, (Point{300, 200}));
+    ASSERT_EQ(withMouse.size(), 2u);
+    for (size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(withMouse[i].displayID, screens[i].displayID);
+        EXPECT_EQ(withMouse[i].frame, screens[i].frame);
+        EXPECT_EQ(withMouse[i].productName, screens[i].productName);
+    }
     EXPECT_EQ(platform->screens().list().size(), 1u);
 }

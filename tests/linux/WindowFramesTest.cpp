@@ -64,7 +64,7 @@ TEST_F(WindowFramesTest, FramesAreTheWindowsOwnOpaquePixelsAndAnUnchangedOneCome
     EXPECT_TRUE(TestDesktop::WaitUntil([&] { return !frames->Next().surface; }));
 }
 
-TEST_F(WindowFramesTest, AResizedWindowComesAtItsNewSize) {
+TEST_F(WindowFramesTest, AResizedOrMovedWindowComesAtItsNewSizeWithItsBounds) {
     const Window window = desktop->Open({"Resized"}, 0x00FFFF, 100, 100, 400, 300);
     ASSERT_NE(window, None);
     const std::unique_ptr<WindowFrames> frames = platform->createWindowFrames(uint32_t(window));
@@ -78,5 +78,15 @@ TEST_F(WindowFramesTest, AResizedWindowComesAtItsNewSize) {
         return frame.width > 600 && next.surface && next.surface->width() == uint32_t(frame.width) &&
                next.surface->height() == uint32_t(frame.height) &&
                SurfacePixel(*next.surface, frame.width / 2, frame.height / 2) == Opaque(0x00FFFF);
+    }));
+    // The bounds come with each frame, as the window server gives them.
+    XMoveWindow(desktop->display(), window, 300, 200);
+    XSync(desktop->display(), False);
+    EXPECT_TRUE(TestDesktop::WaitUntil([&] {
+        const TestDesktop::Area frame = desktop->FrameArea(window);
+        const WindowFrame next = frames->Next();
+        return frame.x != 100 && next.bounds &&
+               *next.bounds == (Rect{double(frame.x), double(frame.y), double(frame.width), double(frame.height)}) &&
+               next.bounds == platform->windowServer().windowBounds(uint32_t(window));
     }));
 }

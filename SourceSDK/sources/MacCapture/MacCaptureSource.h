@@ -141,9 +141,11 @@ private:
     void send_no_video_feed_message();
     void feedDetectionLoop();
     void displayLinkCallback(int64_t videoTime);
-    // Draws the cursor over a window's frame where the mouse is over it,
-    // keeping what it covers in `under`; answers those pixels.
-    std::optional<qcp::platform::Rect> drawWindowCursor(qcp::platform::Surface& frame, uint32_t windowID,
+    // Draws the cursor over a window's frame (the window at `bounds`, none
+    // when it is gone) where the mouse is over it, keeping what it covers in
+    // `under`; answers those pixels.
+    std::optional<qcp::platform::Rect> drawWindowCursor(qcp::platform::Surface& frame,
+                                                        const std::optional<qcp::platform::Rect>& bounds,
                                                         qcp::platform::SurfaceRef& under);
     bool startWindowCapture();
     bool startStream();

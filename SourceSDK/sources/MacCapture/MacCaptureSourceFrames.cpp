@@ -180,17 +180,17 @@ std::optional<Rect> MacCaptureSource::drawCursorPicture(Surface& target, const I
 }
 
 std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& target, Surface* under) {
-    // One reading of the list gives the display's screen and the main one,
-    // into a vector kept from pass to pass: the pass allocates nothing.
-    Current()->screens().list(fCursorScreens);
+    // One reading of the list (with the mouse) gives the display's screen and
+    // the main one, into a vector kept from pass to pass: the pass allocates
+    // nothing.
+    const Point mouse = Current()->screensAndMouse(fCursorScreens);
     const unsigned int displayID = fDisplayID;
     const auto screen = std::find_if(fCursorScreens.begin(), fCursorScreens.end(),
                                      [&](const ScreenInfo& s) { return s.displayID == displayID; });
     if (screen == fCursorScreens.end()) return std::nullopt;
     const CursorImage cursor = Current()->cursor().currentCursor();
     if (!cursor.image) return std::nullopt;
-    const Rect where = CursorGeometry::ForDisplay(screen->frame, fCursorScreens[0].frame, getCaptureFrame(),
-                                                  Current()->cursor().mouseLocation(),
+    const Rect where = CursorGeometry::ForDisplay(screen->frame, fCursorScreens[0].frame, getCaptureFrame(), mouse,
                                                   {cursor.width, cursor.height, cursor.hotSpot});
     // Points against pixels, unscaled, as the geometry intends.
     const Rect bounds{0, 0, double(target.width()), double(target.height())};

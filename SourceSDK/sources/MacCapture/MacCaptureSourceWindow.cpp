@@ -28,8 +28,13 @@ void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
         // The same frame as last time: the cursor drawn into it goes first.
         putBackUnderCursor(*frame.surface, info.underCursor, info.cursorCovered);
         info.surface = std::move(frame.surface);
-        info.cursorCovered =
-            info.showCursor ? drawWindowCursor(*info.surface, info.windowID, info.underCursor) : std::nullopt;
+        if (info.showCursor) {
+            const std::optional<Rect> bounds =
+                frame.bounds ? frame.bounds : Current()->windowServer().windowBounds(info.windowID);
+            info.cursorCovered = drawWindowCursor(*info.surface, bounds, info.underCursor);
+        } else {
+            info.cursorCovered.reset();
+        }
     }
     std::lock_guard lock(fObserverLock);
     for (MacCaptureObserver* observer : fObservers)
@@ -38,16 +43,15 @@ void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
                                           info.surface.get());
 }
 
-std::optional<Rect> MacCaptureSource::drawWindowCursor(Surface& frame, uint32_t windowID, SurfaceRef& under) {
+std::optional<Rect> MacCaptureSource::drawWindowCursor(Surface& frame, const std::optional<Rect>& bounds,
+                                                       SurfaceRef& under) {
     Platform& platform = *Current();
-    const std::optional<Rect> bounds = platform.windowServer().windowBounds(windowID);
-    // One reading of the screen list, into a vector kept from frame to frame,
-    // serves every question below.
+    // One reading of the screen list (with the mouse), into a vector kept
+    // from frame to frame, serves every question below.
     std::vector<ScreenInfo>& screens = fWindowScreens;
-    platform.screens().list(screens);
+    const Point mouse = platform.screensAndMouse(screens);
     if (!bounds || screens.empty() || bounds->width <= 0) return std::nullopt;
     // Only while the mouse is on the screen that shows the window.
-    const Point mouse = platform.cursor().mouseLocation();
     const ScreenInfo* mouseScreen = nullptr;
     for (const ScreenInfo& screen : screens)
         if (screen.frame.Contains(mouse)) {

@@ -10,10 +10,10 @@ using namespace qcp::platform;
 WindowFrame PictureWindowFrames::Next() {
     ImageRef image = Current()->windowServer().windowImage(fWindowID);
     if (!image) return {};
-    if (image == fImage && fSurface) return {fSurface, false};
+    if (image == fImage && fSurface) return {fSurface, false, std::nullopt};
     fSurface = copyCGImageRefToIOSurface(*image, fSurface);
     fImage = fSurface ? std::move(image) : nullptr;
-    return {fSurface, true};
+    return {fSurface, true, std::nullopt};
 }
 
 } // namespace MC
