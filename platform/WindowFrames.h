@@ -17,7 +17,8 @@ struct WindowFrame {
     // is the surface of the previous call as the caller left it.
     bool fresh = true;
     // The window's bounds (WindowServer::windowBounds) as read with the
-    // frame; none where the platform does not learn them with it.
+    // frame, when asked for; none where the platform does not learn them
+    // with it.
     std::optional<Rect> bounds;
 };
 
@@ -35,7 +36,9 @@ struct WindowFrame {
 class WindowFrames {
 public:
     virtual ~WindowFrames() = default;
-    virtual WindowFrame Next() = 0;
+    // `withBounds`: the caller wants the window's bounds too (to draw the
+    // cursor), which a platform gives where it learns them with the frame.
+    virtual WindowFrame Next(bool withBounds) = 0;
 };
 
 } // namespace qcp::platform

@@ -18,7 +18,7 @@ public:
     X11WindowFrames(const X11WindowFrames&) = delete;
     X11WindowFrames& operator=(const X11WindowFrames&) = delete;
 
-    WindowFrame Next() override { return fServer.ReadFrame(fNumber, fReader); }
+    WindowFrame Next(bool withBounds) override { return fServer.ReadFrame(fNumber, fReader, withBounds); }
 
 private:
     const X11WindowServer& fServer;

@@ -221,7 +221,8 @@ void X11WindowImage::OnEvent(const XEvent& event) {
         if (found == fRedirected.end()) return;
         ++found->second.changes;
         // Reported once until cleared: clear it to hear of the next change.
-        X11ErrorTrap trap(fDisplay);
+        // The caller's trap takes an error (the window gone meanwhile); one
+        // of its own would wait for the server's answer.
         XDamageSubtract(fDisplay, found->second.damage, None, None);
         return;
     }

@@ -62,7 +62,8 @@ public:
     void ForgetReader(uint64_t reader) { fReaders.erase(reader); }
 
     // Takes an event of the connection: a frame changed, resized or
-    // destroyed. Every event is handed here, so that nothing piles up.
+    // destroyed. Every event is handed here, so that nothing piles up. The
+    // caller holds a trap.
     void OnEvent(const XEvent& event);
 
 private:

@@ -30,7 +30,8 @@ std::vector<WindowInfo> X11WindowServer::windowList(bool onScreenOnly) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return {};
     X11ErrorTrap trap(fLink->connection->display());
-    const X11Monitor main = ReadEvents();
+    X11Monitor main;
+    ReadEvents(&main);
     const long desktop = CurrentDesktop();
     std::vector<WindowInfo> windows;
     for (const Window client : fLink->watch.Clients()) {
@@ -45,7 +46,8 @@ std::optional<WindowInfo> X11WindowServer::window(uint32_t number) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return std::nullopt;
     X11ErrorTrap trap(fLink->connection->display());
-    const X11Monitor main = ReadEvents();
+    X11Monitor main;
+    ReadEvents(&main);
     if (!fLink->watch.IsClient(number)) return std::nullopt;
     std::optional<WindowInfo> info = Describe(number, main, CurrentDesktop());
     if (!fLink->connection->usable()) return std::nullopt;
@@ -56,7 +58,8 @@ std::optional<Rect> X11WindowServer::windowBounds(uint32_t number) const {
     std::lock_guard lock(fMutex);
     if (!Connected()) return std::nullopt;
     X11ErrorTrap trap(fLink->connection->display());
-    const X11Monitor main = ReadEvents();
+    X11Monitor main;
+    ReadEvents(&main);
     if (!fLink->watch.IsClient(number)) return std::nullopt;
     const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
     if (!place || !fLink->connection->usable()) return std::nullopt;
@@ -64,15 +67,14 @@ std::optional<Rect> X11WindowServer::windowBounds(uint32_t number) const {
 }
 
 ImageRef X11WindowServer::windowImage(uint32_t number) const {
-    return ReadWindow<ImageRef>(number, [&](const X11WindowPlace& place, const X11Monitor&) {
-        return fLink->images.Capture(place);
-    });
+    return ReadWindow<ImageRef>(number, nullptr, [&](const X11WindowPlace& place) { return fLink->images.Capture(place); });
 }
 
-WindowFrame X11WindowServer::ReadFrame(uint32_t number, uint64_t reader) const {
-    return ReadWindow<WindowFrame>(number, [&](const X11WindowPlace& place, const X11Monitor& main) {
+WindowFrame X11WindowServer::ReadFrame(uint32_t number, uint64_t reader, bool withBounds) const {
+    X11Monitor main;
+    return ReadWindow<WindowFrame>(number, withBounds ? &main : nullptr, [&](const X11WindowPlace& place) {
         WindowFrame frame = fLink->images.CaptureFrame(place, reader);
-        if (frame.surface) frame.bounds = BoundsOf(place, main);
+        if (frame.surface && withBounds) frame.bounds = BoundsOf(place, main);
         return frame;
     });
 }
@@ -99,21 +101,22 @@ std::optional<std::string> X11WindowServer::ProcessName(int32_t pid) {
     return name;
 }
 
-X11Monitor X11WindowServer::ReadEvents() const {
+void X11WindowServer::ReadEvents(X11Monitor* main) const {
     Display* display = fLink->connection->display();
     // One round trip first: the server reports a change to every client as
     // it makes it but sends each its reports in its own time, so a window
     // another client has just closed could otherwise still be answered for.
     // After its answer, every change made before this question has been
-    // heard; the question asked is the one every caller needs answered.
-    const X11Monitor main = X11Monitors::ReadMain(display, fLink->connection->root());
+    // heard. A caller that needs the main monitor has it asked as that
+    // question; a bare sync is answered sooner.
+    if (main) *main = X11Monitors::ReadMain(display, fLink->connection->root());
+    else XSync(display, False);
     while (XEventsQueued(display, QueuedAlready) > 0) {
         XEvent event;
         XNextEvent(display, &event);
         fLink->watch.OnEvent(event);
         fLink->images.OnEvent(event);
     }
-    return main;
 }
 
 std::optional<WindowInfo> X11WindowServer::Describe(Window client, const X11Monitor& main, long currentDesktop) const {

@@ -48,7 +48,7 @@ public:
     // For X11WindowFrames: a new capture's number, its frame of window
     // `number` (WindowFrames::Next), and the end of it.
     uint64_t NewReader() const { return ++fLastReader; }
-    WindowFrame ReadFrame(uint32_t number, uint64_t reader) const;
+    WindowFrame ReadFrame(uint32_t number, uint64_t reader, bool withBounds) const;
     void ForgetReader(uint64_t reader) const;
     // Whether frames can be read straight into surfaces on the server now.
     bool ReadsFrames() const;
@@ -71,28 +71,29 @@ private:
     // The current link, remade when stale; null without a server.
     Link* Connected() const;
 
-    // What `read` makes of the viewable window `number`'s place (and the
-    // main monitor), under the mutex and a trap, once the events are in; an
-    // empty Result when there
+    // What `read` makes of the viewable window `number`'s place, under the
+    // mutex and a trap, once the events (and `main`, when given: see
+    // ReadEvents) are in; an empty Result when there
     // is no such window or the server is lost meanwhile.
     template <class Result, class Read>
-    Result ReadWindow(uint32_t number, const Read& read) const {
+    Result ReadWindow(uint32_t number, X11Monitor* main, const Read& read) const {
         std::lock_guard lock(fMutex);
         if (!Connected()) return {};
         X11ErrorTrap trap(fLink->connection->display());
-        const X11Monitor main = ReadEvents();
+        ReadEvents(main);
         if (!fLink->watch.IsClient(number)) return {};
         const std::optional<X11WindowPlace> place = fLink->watch.Place(number);
         if (!place || !place->viewable) return {};
-        Result result = read(*place, main);
+        Result result = read(*place);
         if (!fLink->connection->usable()) return {};
         return result;
     }
 
     // The caller holds fMutex and a trap, and has a link.
     // Hands every event the server sent before this call to the watch and
-    // the images, and answers with the main monitor: one round trip.
-    X11Monitor ReadEvents() const;
+    // the images, and reads the main monitor into `main` when given: one
+    // round trip.
+    void ReadEvents(X11Monitor* main = nullptr) const;
     std::optional<WindowInfo> Describe(Window client, const X11Monitor& main, long currentDesktop) const;
     bool OnCurrentDesktop(Window client, long currentDesktop) const;
     bool HiddenOrMinimised(Window client) const;

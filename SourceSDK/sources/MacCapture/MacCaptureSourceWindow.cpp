@@ -22,7 +22,7 @@ void MacCaptureSource::displayLinkCallback(int64_t videoTime) {
         MacCaptureWindowManager::RefreshLock inventory;
         // A window closed or dropped by the last refresh sends nothing.
         if (!MacCaptureWindowManager::getWindowForID(int(info.windowID))) return;
-        WindowFrame frame = info.frames->Next();
+        WindowFrame frame = info.frames->Next(info.showCursor);
         if (!frame.surface) return;
         if (frame.fresh || frame.surface.get() != info.surface.get()) info.cursorCovered.reset();
         // The same frame as last time: the cursor drawn into it goes first.

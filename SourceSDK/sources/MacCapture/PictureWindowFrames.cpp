@@ -7,7 +7,7 @@ namespace MC {
 
 using namespace qcp::platform;
 
-WindowFrame PictureWindowFrames::Next() {
+WindowFrame PictureWindowFrames::Next(bool) {
     ImageRef image = Current()->windowServer().windowImage(fWindowID);
     if (!image) return {};
     if (image == fImage && fSurface) return {fSurface, false, std::nullopt};

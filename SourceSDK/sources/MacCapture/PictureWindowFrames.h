@@ -13,7 +13,7 @@ namespace MC {
 class PictureWindowFrames final : public qcp::platform::WindowFrames {
 public:
     explicit PictureWindowFrames(uint32_t windowID) : fWindowID(windowID) {}
-    qcp::platform::WindowFrame Next() override;
+    qcp::platform::WindowFrame Next(bool withBounds) override;
 
 private:
     const uint32_t fWindowID;
