@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Cursor.h"
 #include "DisplayLink.h"
 #include "DisplayStream.h"
 #include "Image.h"
@@ -94,9 +95,9 @@ public:
     // Rebuilds the no-feed picture.
     void SetNoFeedFrameType(const zColor& background, const zColor& text, const char* message);
 
-    // The output surface with the cursor drawn over a copy of `source`:
-    // `output` reused while its geometry matches, else a new one; null for a
-    // zero-sized source or when no surface can be made.
+    // The output surface with the cursor, where it is now, drawn over a copy
+    // of `source`: `output` reused while its geometry matches, else a new
+    // one; null for a zero-sized source or when no surface can be made.
     qcp::platform::SurfaceRef copy_iosurface_and_render_mouse(qcp::platform::Surface* source,
                                                               qcp::platform::SurfaceRef output);
 
@@ -108,11 +109,18 @@ private:
     // Ends the render loop and waits for it. Called by the thread that
     // delivers the stream's frames, or once that has ended.
     void stopRenderLoop();
-    // Draws the cursor; answers the whole pixels it may have covered, none
-    // when it drew nothing. With `under`, those pixels are first copied
-    // into it (a surface of the target's geometry).
+    // Asks the system where the mouse is, on which screens, and what the
+    // cursor looks like, for the drawing that follows. The render loop asks
+    // before it takes the render lock, so that the stream's queue never
+    // waits for the system's answer to hand over a frame.
+    void readCursor();
+    // Draws the cursor as last read; answers the whole pixels it may have
+    // covered, none when it drew nothing. With `under`, those pixels are
+    // first copied into it (a surface of the target's geometry).
     std::optional<qcp::platform::Rect> render_cursor_to_current_surface(qcp::platform::Surface& target,
                                                                         qcp::platform::Surface* under = nullptr);
+    // copy_iosurface_and_render_mouse with the cursor as last read.
+    qcp::platform::SurfaceRef copyAndDrawCursor(qcp::platform::Surface* source, qcp::platform::SurfaceRef output);
     // The render loop's pass: the composed surface for the latest frame. A
     // frame the stream lends and no one else has is drawn into itself; a
     // surface that holds an earlier frame of the run takes only the parts
@@ -195,7 +203,10 @@ private:
     bool fLatestShared = false;
     qcp::platform::SurfaceRef fUnderCursor;
     bool fPlainSent = false; // since the cursor was turned off mid-run
-    std::vector<qcp::platform::ScreenInfo> fCursorScreens; // the render loop's, reused
+    // The last readCursor's answers (the render loop's; the list reused).
+    std::vector<qcp::platform::ScreenInfo> fCursorScreens;
+    qcp::platform::Point fCursorMouse;
+    qcp::platform::CursorImage fCursorImage;
     std::vector<qcp::platform::ScreenInfo> fWindowScreens; // the display link's, reused
 };
 

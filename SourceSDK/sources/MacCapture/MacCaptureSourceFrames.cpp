@@ -86,9 +86,12 @@ void MacCaptureSource::renderLoop() {
     // late pass is followed at once by the next, without a burst to catch up.
     int64_t deadline = zTime::MicroNow();
     while (!fRenderStopping) {
+        // Once a pass: the cursor read outside the lock is the one drawn.
+        const bool showCursor = fShowCursor;
+        if (showCursor) readCursor();
         {
             zLocker lock(*fRenderLock);
-            if (fShowCursor) {
+            if (showCursor) {
                 // A pass that cannot make a surface sends nothing; the next tries again.
                 fComposedSurface = composeLatestFrame(std::move(fComposedSurface));
                 if (fComposedSurface) send_surface_to_observers(fComposedSurface.get(), 0);
@@ -137,7 +140,7 @@ SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
         for (const Rect& changed : fDirtySinceComposed) compositor.copyArea(*frame, *output, changed);
         fComposedCursor = render_cursor_to_current_surface(*output);
     } else {
-        output = copy_iosurface_and_render_mouse(frame, std::move(output));
+        output = copyAndDrawCursor(frame, std::move(output));
     }
     fComposedNumber = output ? fLatestNumber : 0;
     fDirtySinceComposed.Clear();
@@ -145,6 +148,11 @@ SurfaceRef MacCaptureSource::composeLatestFrame(SurfaceRef output) {
 }
 
 SurfaceRef MacCaptureSource::copy_iosurface_and_render_mouse(Surface* source, SurfaceRef output) {
+    readCursor();
+    return copyAndDrawCursor(source, std::move(output));
+}
+
+SurfaceRef MacCaptureSource::copyAndDrawCursor(Surface* source, SurfaceRef output) {
     if (!source || source->width() == 0 || source->height() == 0) return {};
     if (!output || !SameGeometry(*source, *output))
         output = SurfaceRef::Adopt(Current()->createSurface(source->properties()));
@@ -179,19 +187,23 @@ std::optional<Rect> MacCaptureSource::drawCursorPicture(Surface& target, const I
     return covered;
 }
 
-std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& target, Surface* under) {
+void MacCaptureSource::readCursor() {
     // One reading of the list (with the mouse) gives the display's screen and
     // the main one, into a vector kept from pass to pass: the pass allocates
     // nothing.
-    const Point mouse = Current()->screensAndMouse(fCursorScreens);
+    fCursorMouse = Current()->screensAndMouse(fCursorScreens);
+    fCursorImage = Current()->cursor().currentCursor();
+}
+
+std::optional<Rect> MacCaptureSource::render_cursor_to_current_surface(Surface& target, Surface* under) {
     const unsigned int displayID = fDisplayID;
     const auto screen = std::find_if(fCursorScreens.begin(), fCursorScreens.end(),
                                      [&](const ScreenInfo& s) { return s.displayID == displayID; });
     if (screen == fCursorScreens.end()) return std::nullopt;
-    const CursorImage cursor = Current()->cursor().currentCursor();
+    const CursorImage& cursor = fCursorImage;
     if (!cursor.image) return std::nullopt;
-    const Rect where = CursorGeometry::ForDisplay(screen->frame, fCursorScreens[0].frame, getCaptureFrame(), mouse,
-                                                  {cursor.width, cursor.height, cursor.hotSpot});
+    const Rect where = CursorGeometry::ForDisplay(screen->frame, fCursorScreens[0].frame, getCaptureFrame(),
+                                                  fCursorMouse, {cursor.width, cursor.height, cursor.hotSpot});
     // Points against pixels, unscaled, as the geometry intends.
     const Rect bounds{0, 0, double(target.width()), double(target.height())};
     if (!where.Intersects(bounds)) return std::nullopt;
