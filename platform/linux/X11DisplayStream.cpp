@@ -200,8 +200,11 @@ void X11DisplayStream::ReadEvents(unsigned long readSerial) {
     Display* display = fConnection->display();
     bool damaged = false;
     // The socket is read once; asking it again after each event would cost
-    // a system call per change. Later events wait for the next reading.
-    for (int queued = XPending(display); queued > 0; queued = XEventsQueued(display, QueuedAlready)) {
+    // a system call per change. Later events wait for the next reading. After
+    // a read, whose answer brought every event sent before it into the
+    // queue, not even once: what came after the read can wait.
+    const int first = readSerial == kNoRead ? XPending(display) : XEventsQueued(display, QueuedAlready);
+    for (int queued = first; queued > 0; queued = XEventsQueued(display, QueuedAlready)) {
         XEvent event;
         XNextEvent(display, &event);
         if (fDamageEventBase >= 0 && event.type == fDamageEventBase + XDamageNotify) {
