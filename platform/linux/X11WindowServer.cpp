@@ -67,7 +67,8 @@ std::optional<Rect> X11WindowServer::windowBounds(uint32_t number) const {
 }
 
 ImageRef X11WindowServer::windowImage(uint32_t number) const {
-    return ReadWindow<ImageRef>(number, nullptr, [&](const X11WindowPlace& place) { return fLink->images.Capture(place); });
+    return ReadWindow<ImageRef>(number, nullptr,
+                                [&](const X11WindowPlace& place) { return fLink->images.Capture(place); });
 }
 
 WindowFrame X11WindowServer::ReadFrame(uint32_t number, uint64_t reader, bool withBounds) const {
