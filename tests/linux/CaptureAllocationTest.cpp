@@ -44,13 +44,20 @@ protected:
     }
 
     // Lets `frames` go by to warm up, then counts what the capture's threads
-    // allocate while as many again go by.
+    // allocate while as many again go by: the fewest of up to five such
+    // spells. A pool may still grow once to what a slow consumer holds (a
+    // surface more, on a loaded machine); what allocates per frame does so
+    // in every spell.
     int AllocationsOverFrames(int frames, const std::vector<std::string>& threads) {
         const auto passed = [&](int from) { return TestDesktop::WaitUntil([&] { return gFrames >= from + frames; }); };
         if (!passed(gFrames)) return -1;
-        const NamedThreadsAllocationCounter counter(threads);
-        if (!passed(gFrames)) return -1;
-        return counter.count();
+        int fewest = -1;
+        for (int spell = 0; spell < 5 && fewest != 0; ++spell) {
+            const NamedThreadsAllocationCounter counter(threads);
+            if (!passed(gFrames)) return -1;
+            if (fewest < 0 || counter.count() < fewest) fewest = counter.count();
+        }
+        return fewest;
     }
 
     Window window = None;
