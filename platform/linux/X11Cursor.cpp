@@ -29,7 +29,6 @@ Point X11Cursor::mouseLocation() const {
     Link* link = Connected();
     if (!link) return {};
     Display* display = link->connection->display();
-    X11ErrorTrap trap(display);
     const std::optional<X11Pointer> pointer =
         X11Monitors::ReadWithPointer(display, link->connection->root(), link->monitors);
     link->ReadEvents(); // what the answers brought along, so that nothing piles up
@@ -43,7 +42,6 @@ CursorImage X11Cursor::currentCursor() const {
     if (!link || link->fixesEventBase < 0) return {};
     Display* display = link->connection->display();
     X11ErrorTrap trap(display);
-    XEventsQueued(display, QueuedAfterFlush);
     link->ReadEvents();
     if (!link->cursorChanged) return link->cursor;
     link->cursor = {};
@@ -62,7 +60,10 @@ CursorImage X11Cursor::currentCursor() const {
 
 void X11Cursor::Link::ReadEvents() {
     Display* display = connection->display();
-    while (XEventsQueued(display, QueuedAlready) > 0) {
+    // The socket is looked at once (the answers were read over XCB, which
+    // keeps the events that came with them until Xlib reads), then Xlib's queue.
+    for (int queued = XEventsQueued(display, QueuedAfterReading); queued > 0;
+         queued = XEventsQueued(display, QueuedAlready)) {
         XEvent event;
         XNextEvent(display, &event);
         if (fixesEventBase >= 0 && event.type == fixesEventBase + XFixesCursorNotify) {

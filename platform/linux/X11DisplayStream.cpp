@@ -132,7 +132,7 @@ void X11DisplayStream::Tick(int64_t now) {
     X11ErrorTrap trap(fConnection->display());
     ReadEvents(kNoRead);
     if (!fConnection->usable()) return End(now);
-    if (fArrangementChanged || now - fLastArranged >= kFullRefreshMicros) {
+    if (fArrangementChanged || now - fLastArranged >= X11Monitors::kUnreportedChangeMicros) {
         fArrangementChanged = false;
         fLastArranged = now;
         switch (Reaim()) {

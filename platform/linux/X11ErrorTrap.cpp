@@ -41,7 +41,9 @@ struct TrapRegistry {
     }
 };
 
-X11ErrorTrap::X11ErrorTrap(Display* display) : fDisplay(display), fFirstSerial(NextRequest(display)) {
+// XNextRequest, unlike NextRequest, also counts what went out over the
+// connection's XCB side since Xlib last wrote.
+X11ErrorTrap::X11ErrorTrap(Display* display) : fDisplay(display), fFirstSerial(XNextRequest(display)) {
     TrapRegistry& registry = TrapRegistry::Get();
     std::lock_guard lock(registry.mutex);
     if (registry.traps.empty()) {
@@ -71,14 +73,15 @@ void X11ErrorTrap::Forget() {
 
 int X11ErrorTrap::Sync() {
     if (!fDisplay) return fError;
-    // Every request has been answered when the last one processed is the
-    // last one sent.
-    if (LastKnownRequestProcessed(fDisplay) + 1 < NextRequest(fDisplay)) XSync(fDisplay, False);
+    // Nothing to wait for when nothing went out under the trap, or when the
+    // last request processed is the last one sent.
+    const unsigned long next = XNextRequest(fDisplay);
+    if (next != fFirstSerial && LastKnownRequestProcessed(fDisplay) + 1 < next) XSync(fDisplay, False);
     TrapRegistry& registry = TrapRegistry::Get();
     std::lock_guard lock(registry.mutex);
     const int error = fError;
     fError = Success;
-    fFirstSerial = NextRequest(fDisplay);
+    fFirstSerial = XNextRequest(fDisplay);
     return error;
 }
 

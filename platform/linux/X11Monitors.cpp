@@ -35,12 +35,13 @@ void PrimaryFirst(std::vector<X11Monitor>& monitors) {
     if (primary != monitors.end()) std::rotate(monitors.begin(), primary, primary + 1);
 }
 
-std::optional<X11Pointer> QueryPointer(Display* display, Window root) {
-    Window inRoot = None, child = None;
-    int x = 0, y = 0, windowX = 0, windowY = 0;
-    unsigned int buttons = 0;
-    if (!XQueryPointer(display, root, &inRoot, &child, &x, &y, &windowX, &windowY, &buttons)) return std::nullopt;
-    return X11Pointer{x, y};
+std::optional<X11Pointer> PointerAnswer(xcb_connection_t* connection, xcb_query_pointer_cookie_t asked) {
+    std::optional<X11Pointer> pointer;
+    if (xcb_query_pointer_reply_t* reply = xcb_query_pointer_reply(connection, asked, nullptr)) {
+        if (reply->same_screen) pointer = X11Pointer{reply->root_x, reply->root_y};
+        std::free(reply);
+    }
+    return pointer;
 }
 
 // Without RandR monitors: the root window as the one monitor, if it can be read.
@@ -72,27 +73,38 @@ void Read(Display* display, Window root, std::vector<X11Monitor>& monitors) {
 }
 
 std::optional<X11Pointer> ReadWithPointer(Display* display, Window root, std::vector<X11Monitor>& monitors) {
-    if (!HaveMonitors(display)) {
-        Read(display, root, monitors);
-        return QueryPointer(display, root);
-    }
-    // The monitors are asked first and the pointer, through Xlib, last: one
-    // wait brings both answers, and Xlib, which then knows every request of
-    // its connection answered, brings the events that came before them into
-    // its queue and has no reason to sync an error trap. Xlib hands the
-    // connection's own pending requests on before its own, so the order
-    // holds; an error comes back through Xlib's handler (a null error pointer).
+    // Both questions go through XCB and leave in one write, so the server
+    // reads them together and answers both in one write: one wait. (Asked
+    // through Xlib, the second request went out only after the first, and
+    // the answers came back apart: up to four waits.) Errors come back with
+    // the answers, so no error trap is needed; none should be set around
+    // this either, since Xlib cannot tell that these requests were answered
+    // and a trap would sync for them.
     xcb_connection_t* connection = XGetXCBConnection(display);
-    const xcb_randr_get_monitors_cookie_t asked = xcb_randr_get_monitors(connection, root, 1);
-    const std::optional<X11Pointer> pointer = QueryPointer(display, root);
+    const bool haveMonitors = HaveMonitors(display);
+    xcb_randr_get_monitors_cookie_t monitorsAsked{};
+    xcb_get_geometry_cookie_t rootAsked{};
+    if (haveMonitors) monitorsAsked = xcb_randr_get_monitors(connection, root, 1);
+    else rootAsked = xcb_get_geometry(connection, root);
+    const xcb_query_pointer_cookie_t pointerAsked = xcb_query_pointer(connection, root);
     monitors.clear();
-    if (xcb_randr_get_monitors_reply_t* reply = xcb_randr_get_monitors_reply(connection, asked, nullptr)) {
-        for (auto it = xcb_randr_get_monitors_monitors_iterator(reply); it.rem; xcb_randr_monitor_info_next(&it))
-            monitors.push_back(FromInfo(*it.data));
+    if (haveMonitors) {
+        if (xcb_randr_get_monitors_reply_t* reply = xcb_randr_get_monitors_reply(connection, monitorsAsked, nullptr)) {
+            for (auto it = xcb_randr_get_monitors_monitors_iterator(reply); it.rem; xcb_randr_monitor_info_next(&it))
+                monitors.push_back(FromInfo(*it.data));
+            std::free(reply);
+        }
+        PrimaryFirst(monitors);
+    } else if (xcb_get_geometry_reply_t* reply = xcb_get_geometry_reply(connection, rootAsked, nullptr)) {
+        monitors.push_back({uint32_t(root), None, None, 0, 0, reply->width, reply->height, true});
         std::free(reply);
     }
-    PrimaryFirst(monitors);
-    return pointer;
+    return PointerAnswer(connection, pointerAsked);
+}
+
+std::optional<X11Pointer> ReadPointer(Display* display, Window root) {
+    xcb_connection_t* connection = XGetXCBConnection(display);
+    return PointerAnswer(connection, xcb_query_pointer(connection, root));
 }
 
 X11Monitor ReadMain(Display* display, Window root) {

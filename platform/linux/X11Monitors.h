@@ -34,6 +34,11 @@ struct X11Pointer {
 
 namespace X11Monitors {
 
+// RandR reports changes of outputs and modes as they happen, but monitors
+// that clients set (`xrandr --setmonitor`) change without any event: whoever
+// keeps monitors between questions reads them again at least this often.
+constexpr int64_t kUnreportedChangeMicros = 1'000'000;
+
 // Whether the server has RandR 1.5 monitors; X11Monitors falls back to one
 // monitor covering the root window otherwise.
 bool HaveMonitors(Display* display);
@@ -42,11 +47,15 @@ bool HaveMonitors(Display* display);
 std::vector<X11Monitor> Read(Display* display, Window root);
 // The same into `monitors`, whose capacity is reused.
 void Read(Display* display, Window root, std::vector<X11Monitor>& monitors);
-// The same, and where the pointer is, asked together: one round trip where
-// the server has RandR monitors (what every pass of the cursor asks). No
-// pointer when it is on another X screen. Events that came before the
-// answers are in Xlib's queue afterwards, as after an Xlib round trip.
+// The same, and where the pointer is, asked together in one round trip
+// (what every pass of the cursor asks). No pointer when it is on another X
+// screen. Asked over XCB: errors come back with the answers, so call it
+// outside any error trap (a trap would sync for requests Xlib cannot see
+// answered). Events that came before the answers wait in XCB until Xlib
+// next reads (XEventsQueued with QueuedAfterReading, XPending, XNextEvent).
 std::optional<X11Pointer> ReadWithPointer(Display* display, Window root, std::vector<X11Monitor>& monitors);
+// Where the pointer is, alone, asked the same way.
+std::optional<X11Pointer> ReadPointer(Display* display, Window root);
 // The main monitor as Main(display, Read(display, root)) finds it, without a list.
 X11Monitor ReadMain(Display* display, Window root);
 // The main monitor of a list (the first), or the whole root when there is none.

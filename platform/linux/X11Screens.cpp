@@ -2,6 +2,7 @@
 
 #include "X11ErrorTrap.h"
 #include "X11Monitors.h"
+#include "zTime.h"
 
 namespace qcp::platform::x11 {
 
@@ -36,14 +37,19 @@ void X11Screens::Fill(std::vector<ScreenInfo>& screens, Point* mouse) const {
     if (!link) return screens.clear();
     Display* display = link->connection->display();
     const Window root = link->connection->root();
-    X11ErrorTrap trap(display);
-    if (mouse) {
-        const std::optional<X11Pointer> pointer = X11Monitors::ReadWithPointer(display, root, fMonitors);
-        if (pointer) *mouse = X11Monitors::GlobalPoint(*pointer, X11Monitors::Main(display, fMonitors));
-    } else {
-        X11Monitors::Read(display, root, fMonitors);
-    }
-    DropDetailsOnChange(*link);
+    // The cursor asks at every refresh: the monitors it read are kept while
+    // no change can have gone unseen.
+    const int64_t now = zTime::MicroNow();
+    const bool keep = mouse && link->monitorsRead && now - *link->monitorsRead < X11Monitors::kUnreportedChangeMicros;
+    std::optional<X11Pointer> pointer;
+    if (!mouse) ReadMonitors(display, root);
+    else if (keep) pointer = X11Monitors::ReadPointer(display, root);
+    else pointer = X11Monitors::ReadWithPointer(display, root, fMonitors);
+    // A change reported before the answer came before it: kept monitors are stale.
+    const bool changed = DropDetailsOnChange(*link);
+    if (changed && keep) ReadMonitors(display, root);
+    if (changed || !keep) link->monitorsRead = now;
+    if (pointer) *mouse = X11Monitors::GlobalPoint(*pointer, X11Monitors::Main(display, fMonitors));
     if (!link->connection->usable()) { // lost while reading
         if (mouse) *mouse = {};
         return screens.clear();
@@ -67,12 +73,19 @@ std::optional<ScreenInfo> X11Screens::screen(uint32_t displayID) const {
     return std::nullopt;
 }
 
-void X11Screens::DropDetailsOnChange(Link& link) {
+void X11Screens::ReadMonitors(Display* display, Window root) const {
+    X11ErrorTrap trap(display);
+    X11Monitors::Read(display, root, fMonitors);
+}
+
+bool X11Screens::DropDetailsOnChange(Link& link) {
     Display* display = link.connection->display();
-    // The monitors' answer has been read, so every change the server made
-    // before it is queued by now.
+    // An answer has been read, so every change the server made before it
+    // has arrived. The socket is looked at once (XCB keeps the events that
+    // came with answers it read until Xlib reads), then Xlib's queue.
     bool changed = false;
-    while (XEventsQueued(display, QueuedAlready) > 0) {
+    for (int queued = XEventsQueued(display, QueuedAfterReading); queued > 0;
+         queued = XEventsQueued(display, QueuedAlready)) {
         XEvent event;
         XNextEvent(display, &event);
         if (link.randrEventBase < 0) continue;
@@ -81,6 +94,7 @@ void X11Screens::DropDetailsOnChange(Link& link) {
             changed = true;
     }
     if (changed) link.details.clear();
+    return changed;
 }
 
 const X11Screens::OutputDetails& X11Screens::Details(Link& link, const X11Monitor& monitor) {
@@ -92,6 +106,7 @@ const X11Screens::OutputDetails& X11Screens::Details(Link& link, const X11Monito
 
 X11Screens::OutputDetails X11Screens::ReadDetails(const Link& link, const X11Monitor& monitor) {
     Display* display = link.connection->display();
+    X11ErrorTrap trap(display);
     OutputDetails details;
     if (monitor.output == None) {
         if (monitor.name != None) {

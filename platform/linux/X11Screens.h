@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "Screens.h"
 #include "X11Atoms.h"
@@ -18,11 +19,14 @@ namespace qcp::platform::x11 {
 // convention; backing scale 1; the product name from the EDID, else the
 // output's name.
 //
-// Every call asks the server for the monitors (one round trip), so a change
-// is seen at the next call. The outputs' names, EDIDs and refresh rates are
-// kept between calls until the server reports any RandR change, which it
-// does before answering that round trip. Any thread; the connection is
-// guarded by the mutex.
+// `list` asks the server for the monitors (one round trip), so a change is
+// seen at the next call. `listWithMouse`, which the cursor asks at every
+// refresh, asks for the pointer alone and keeps the monitors it last read
+// until the server reports a RandR change, which it does before answering;
+// monitors that clients set, which change without a report, are read again
+// at least once in X11Monitors::kUnreportedChangeMicros (on the zTime
+// clock). The outputs' names, EDIDs and refresh rates are kept until any
+// RandR change. Any thread; the connection is guarded by the mutex.
 //
 // Without a reachable server the list is empty; asking for it is what tries
 // a lost server again (see X11Server).
@@ -50,11 +54,14 @@ private:
         const X11Atoms atoms;
         int randrEventBase = -1; // -1 without RandR
         std::map<uint32_t, OutputDetails> details;
+        std::optional<int64_t> monitorsRead; // when fMonitors were read on this link
     };
 
     // Fills `screens`, and `mouse` when asked for; the caller holds fMutex.
     void Fill(std::vector<ScreenInfo>& screens, Point* mouse) const;
-    static void DropDetailsOnChange(Link& link);
+    void ReadMonitors(Display* display, Window root) const;
+    // Whether the server reported a RandR change (the details are dropped then).
+    static bool DropDetailsOnChange(Link& link);
     static const OutputDetails& Details(Link& link, const X11Monitor& monitor);
     static OutputDetails ReadDetails(const Link& link, const X11Monitor& monitor);
 

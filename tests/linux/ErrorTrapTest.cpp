@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <X11/Xlib-xcb.h>
+
+#include <cstdlib>
+
 #include "X11ErrorTrap.h"
 
 #include "TestDesktop.h"
@@ -50,4 +54,23 @@ TEST_F(ErrorTrapTest, ATrapRecordsItsConnectionsErrorsAndLeavesTheHostsHandlerTh
         EXPECT_EQ(gHostErrors, 1);
     }
     EXPECT_EQ(XSetErrorHandler(nullptr), &HostHandler);
+}
+
+TEST_F(ErrorTrapTest, ATrapWaitsOnlyForTheRequestsMadeUnderIt) {
+    std::string error;
+    const std::unique_ptr<X11Connection> connection = OpenConnection(session->display(), error);
+    ASSERT_TRUE(connection) << error;
+    Display* own = connection->display();
+    // A round trip over XCB, then a look at Xlib's queue: Xlib counts the
+    // request but never saw it answered, as after every pass of the cursor.
+    xcb_connection_t* xcb = XGetXCBConnection(own);
+    std::free(xcb_query_pointer_reply(xcb, xcb_query_pointer(xcb, DefaultRootWindow(own)), nullptr));
+    XEventsQueued(own, QueuedAlready);
+    const unsigned long next = XNextRequest(own);
+    { X11ErrorTrap idle(own); }
+    EXPECT_EQ(XNextRequest(own), next) << "a trap with nothing to wait for synced";
+
+    X11ErrorTrap trap(own);
+    XMapWindow(own, kBogus);
+    EXPECT_EQ(trap.Sync(), BadWindow);
 }

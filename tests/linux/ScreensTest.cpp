@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <X11/Xatom.h>
 #include <X11/extensions/Xrandr.h>
 
+#include "ManualClock.h"
 #include "TestDesktop.h"
+#include "X11Monitors.h"
 
 using namespace qcp::platform;
 
@@ -52,4 +55,37 @@ TEST_F(ScreensTest, TheXvfbScreenIsNamedByItsOutputAndAPrimaryMonitorBecomesTheO
         EXPECT_EQ(withMouse[i].productName, screens[i].productName);
     }
     EXPECT_EQ(platform->screens().list().size(), 1u);
+}
+
+TEST_F(ScreensTest, TheCursorsQuestionAsksForThePointerEveryTimeAndForTheMonitorsWhenTheyMayHaveChanged) {
+    ManualClock clock;
+    Display* display = desktop->display();
+    std::vector<ScreenInfo> screens;
+    platform->screensAndMouse(screens);
+    ASSERT_EQ(screens.size(), 1u);
+
+    // A monitor a client sets comes without a report; the pointer is always asked.
+    const Atom side = XInternAtom(display, "SIDE", False);
+    XRRMonitorInfo* monitor = XRRAllocateMonitor(display, 0);
+    *monitor = {side, False, False, 0, 0, 0, 100, 100, 30, 30, nullptr};
+    XRRSetMonitor(display, desktop->root(), monitor);
+    XRRFreeMonitors(monitor);
+    XWarpPointer(display, None, desktop->root(), 0, 0, 0, 0, 10, 20);
+    XSync(display, False);
+    EXPECT_EQ(platform->screensAndMouse(screens), (Point{10, 1060}));
+    clock.Advance(qcp::platform::x11::X11Monitors::kUnreportedChangeMicros);
+    platform->screensAndMouse(screens);
+    EXPECT_EQ(screens.size(), 2u) << "a monitor a client set was not seen within the time allowed";
+
+    // A reported change (here an output's property) is seen at once.
+    XRRDeleteMonitor(display, desktop->root(), side);
+    XRRScreenResources* resources = XRRGetScreenResourcesCurrent(display, desktop->root());
+    ASSERT_TRUE(resources && resources->noutput > 0);
+    const unsigned char value = 1;
+    XRRChangeOutputProperty(display, resources->outputs[0], XInternAtom(display, "QCP_TEST", False), XA_INTEGER, 8,
+                            PropModeReplace, &value, 1);
+    XRRFreeScreenResources(resources);
+    XSync(display, False);
+    platform->screensAndMouse(screens);
+    EXPECT_EQ(screens.size(), 1u) << "a reported change was not seen at once";
 }

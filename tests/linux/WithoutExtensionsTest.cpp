@@ -1,6 +1,6 @@
-// The same desktop on a server without Composite and MIT-SHM, as remote or
-// restricted servers are: pictures and frames are read off the screen with
-// plain requests.
+// The same desktop on a server without Composite, MIT-SHM and RandR, as
+// remote or restricted servers are: pictures and frames are read off the
+// screen with plain requests, and the root window is the one screen.
 #include <gtest/gtest.h>
 
 #include "StreamRecorder.h"
@@ -12,7 +12,7 @@ namespace {
 
 class WithoutExtensionsTest : public LinuxDesktopTest {
 public:
-    static void SetUpTestSuite() { StartSession({"-extension", "Composite", "-extension", "MIT-SHM"}); }
+    static void SetUpTestSuite() { StartSession({"-extension", "Composite", "-extension", "MIT-SHM", "-extension", "RANDR"}); }
 };
 
 } // namespace
@@ -50,4 +50,17 @@ TEST_F(WithoutExtensionsTest, WindowPicturesAndStreamsAreReadFromTheScreen) {
                                           PixelAt(base, stride, 149, 99) == Opaque(0xFF8000);
                                }),
               0);
+}
+
+TEST_F(WithoutExtensionsTest, TheRootIsTheOneScreenAndTheMouseIsFoundOnIt) {
+    Display* display = desktop->display();
+    XWarpPointer(display, None, DefaultRootWindow(display), 0, 0, 0, 0, 300, 200);
+    XSync(display, False);
+    std::vector<ScreenInfo> screens;
+    const Point mouse = platform->screensAndMouse(screens);
+    ASSERT_EQ(screens.size(), 1u);
+    const double height = DisplayHeight(display, DefaultScreen(display));
+    EXPECT_EQ(screens[0].frame, (Rect{0, 0, double(DisplayWidth(display, DefaultScreen(display))), height}));
+    EXPECT_EQ(mouse, (Point{300, height - 200}));
+    EXPECT_EQ(platform->cursor().mouseLocation(), mouse);
 }
