@@ -47,14 +47,34 @@ void zQueue::Sync(const Work& work) {
     doneCondition.wait(lock, [&] { return done; });
 }
 
-void zQueue::After(int64_t micros, Work work) {
+uint64_t zQueue::After(int64_t micros, Work work) {
     const int64_t due = zTime::MicroNow() + std::max<int64_t>(micros, 0);
+    uint64_t ticket = 0;
     {
         std::lock_guard lock(fMutex);
-        fDelayed.push_back({due, fNextOrder++, std::move(work)});
+        ticket = fNextOrder++;
+        fDelayed.push_back({due, ticket, std::move(work)});
         std::push_heap(fDelayed.begin(), fDelayed.end());
     }
     fWake.notify_one();
+    return ticket;
+}
+
+bool zQueue::Cancel(uint64_t ticket) {
+    Work dropped; // destroyed after the lock is let go: it may do anything
+    {
+        std::lock_guard lock(fMutex);
+        const auto found =
+            std::find_if(fDelayed.begin(), fDelayed.end(), [ticket](const Delayed& d) { return d.order == ticket; });
+        if (found == fDelayed.end()) return false;
+        dropped = std::move(found->work);
+        *found = std::move(fDelayed.back());
+        fDelayed.pop_back();
+        std::make_heap(fDelayed.begin(), fDelayed.end());
+    }
+    // The queue's wait for the earliest item may now wait too little, never
+    // too long: it looks again when it wakes.
+    return true;
 }
 
 void zQueue::Run() {

@@ -25,7 +25,12 @@ public:
     // from the queue's own thread, where waiting would deadlock.
     void Sync(const Work& work);
     // Runs `work` once `micros` microseconds of the zTime clock have passed.
-    void After(int64_t micros, Work work);
+    // Returns a ticket for Cancel (never 0).
+    uint64_t After(int64_t micros, Work work);
+    // Drops a delayed item that has not come due yet, so that it never runs
+    // (its work is destroyed on the calling thread). False when it came due
+    // (it runs, or ran) or the ticket names nothing.
+    bool Cancel(uint64_t ticket);
 
     bool IsCurrent() const { return std::this_thread::get_id() == fThread.get_id(); }
     const std::string& Label() const { return fLabel; }
@@ -60,7 +65,7 @@ private:
     };
     Ring fReady;
     std::vector<Delayed> fDelayed; // a heap ordered by due time, then submission
-    uint64_t fNextOrder = 0;
+    uint64_t fNextOrder = 1; // doubles as the ticket: 0 names nothing
     bool fStopping = false;
     std::thread fThread;
 };

@@ -112,3 +112,27 @@ TEST(zQueue, DestructorRunsWorkAlreadySubmitted) {
     opener.join();
     EXPECT_EQ(ran, 101);
 }
+
+TEST(zQueue, CancelDropsADelayedItemUntilItComesDue) {
+    zQueue queue("test.cancel");
+    bool cancelledRan = false;
+    std::vector<int> order;
+    const uint64_t far = queue.After(600'000'000, [&] { cancelledRan = true; });
+    const uint64_t soon = queue.After(600'000'000, [&] { cancelledRan = true; });
+    zSignal done;
+    const uint64_t kept = queue.After(1'000, [&] {
+        order.push_back(1);
+        done.Raise();
+    });
+    queue.After(0, [&] { order.push_back(0); });
+    EXPECT_NE(far, 0u);
+    EXPECT_TRUE(queue.Cancel(soon));
+    EXPECT_FALSE(queue.Cancel(soon)) << "a ticket cancels once";
+    EXPECT_TRUE(queue.Cancel(far));
+    ASSERT_EQ(done.Wait(kHang), zSignal::WaitResult::Signalled);
+    EXPECT_FALSE(queue.Cancel(kept)) << "an item that ran cannot be cancelled";
+    EXPECT_FALSE(queue.Cancel(0));
+    queue.Sync([] {});
+    EXPECT_EQ(order, (std::vector<int>{0, 1})) << "the heap lost its order after a removal";
+    EXPECT_FALSE(cancelledRan);
+}

@@ -7,9 +7,11 @@
 #include <mutex>
 #include <optional>
 
+#include "ManualClock.h"
 #include "RectanglePainter.h"
 #include "StreamRecorder.h"
 #include "TestDesktop.h"
+#include "zSignal.h"
 
 using namespace qcp::platform;
 
@@ -20,14 +22,14 @@ protected:
     void TearDown() override { stream.reset(); }
 
     std::unique_ptr<DisplayStream> Make(uint32_t width, uint32_t height, std::optional<Rect> sourceRect = {},
-                                        uint32_t display = 0) {
+                                        uint32_t display = 0, FrameHandler handler = {}) {
         DisplayStreamConfig config;
         config.displayID = display ? display : platform->screens().list().at(0).displayID;
         config.outputWidth = width;
         config.outputHeight = height;
         config.sourceRect = sourceRect;
         config.queue = &recorder.queue();
-        config.handler = recorder.Handler();
+        config.handler = handler ? std::move(handler) : recorder.Handler();
         return platform->createDisplayStream(std::move(config));
     }
 
@@ -173,4 +175,39 @@ TEST_F(DisplayStreamTest, ACopyUpdatedOnlyWhereFramesSayTheyChangedStaysEqualToE
     ASSERT_TRUE(enough) << frames << " frames";
     EXPECT_GT(partial, frames / 2);
     EXPECT_EQ(differing, 0) << "of " << frames << " frames";
+}
+
+TEST_F(DisplayStreamTest, TheHandlerMayStopRestartAndDestroyTheStream) {
+    ManualClock clock; // frames come only when the test moves the clock, but for each run's first
+    std::vector<FrameStatus> seen;
+    std::vector<DirtyRects> dirt;
+    zSignal destroyed;
+    const FrameHandler record = recorder.Handler();
+    const auto handler = [&](FrameStatus status, uint64_t time, Surface* surface, const DirtyRects& dirty) {
+        record(status, time, surface, dirty);
+        seen.push_back(status);
+        dirt.push_back(dirty);
+        if (status == FrameStatus::Stopped) {
+            EXPECT_TRUE(stream->Start());
+        } else if (status == FrameStatus::Complete && seen.size() == 1) {
+            EXPECT_TRUE(stream->Stop());
+            EXPECT_FALSE(stream->Stop());
+        } else if (status == FrameStatus::Complete) {
+            stream.reset(); // the call in progress is the last
+            destroyed.Raise();
+        }
+    };
+    stream = Make(320, 200, Rect{0, 0, 640, 400}, 0, handler);
+    ASSERT_TRUE(stream && stream->Start());
+    ASSERT_EQ(destroyed.Wait(30'000'000), zSignal::WaitResult::Signalled);
+    // No tick of the stream is left to come due.
+    clock.Advance(10'000'000);
+    zSignal drained;
+    recorder.queue().After(0, [&] { drained.Raise(); });
+    ASSERT_EQ(drained.Wait(30'000'000), zSignal::WaitResult::Signalled);
+    recorder.queue().Sync([] {});
+    EXPECT_EQ(seen, (std::vector<FrameStatus>{FrameStatus::Complete, FrameStatus::Stopped, FrameStatus::Complete}));
+    ASSERT_EQ(dirt.size(), 3u);
+    // The restarted run's first frame is whole again.
+    EXPECT_EQ(std::vector<Rect>(dirt[2].begin(), dirt[2].end()), (std::vector<Rect>{{0, 0, 320, 200}}));
 }

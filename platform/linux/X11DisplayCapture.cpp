@@ -1,13 +1,11 @@
-#include "X11DisplayStream.h"
+#include "X11DisplayCapture.h"
 
 #include <X11/extensions/Xrandr.h>
 
 #include <cstring>
-#include <functional>
 
 #include "X11ErrorTrap.h"
-#include "X11Monitors.h"
-#include "zThread.h"
+#include "zQueue.h"
 #include "zTime.h"
 #include "zTraceManager.h"
 
@@ -21,10 +19,12 @@ int64_t PeriodFor(double refreshRate) { return int64_t(1e6 / (refreshRate > 0 ? 
 
 // Events read before a frame is taken all come before its read.
 constexpr unsigned long kNoRead = ~0UL;
+
+const DirtyRects kNothing;
 } // namespace
 
-std::unique_ptr<X11DisplayStream> X11DisplayStream::Create(std::unique_ptr<X11Connection> connection,
-                                                           DisplayStreamConfig config, double refreshRate) {
+X11DisplayCapture* X11DisplayCapture::Create(std::unique_ptr<X11Connection> connection, DisplayStreamConfig config,
+                                             double refreshRate) {
     Display* display = connection->display();
     std::string why;
     if (!X11FrameGrabber::Supported(display, why)) {
@@ -36,20 +36,23 @@ std::unique_ptr<X11DisplayStream> X11DisplayStream::Create(std::unique_ptr<X11Co
         damageEventBase = -1;
     int randrEventBase = -1;
     if (!XRRQueryExtension(display, &randrEventBase, &errorBase)) randrEventBase = -1;
-    std::unique_ptr<X11DisplayStream> stream(
-        new X11DisplayStream(std::move(connection), std::move(config), refreshRate, damageEventBase, randrEventBase));
-    X11ErrorTrap trap(display);
-    if (stream->Reaim() == Aim::Gone) return nullptr;
-    return stream;
+    auto* capture =
+        new X11DisplayCapture(std::move(connection), std::move(config), refreshRate, damageEventBase, randrEventBase);
+    bool attached = false;
+    {
+        X11ErrorTrap trap(display);
+        attached = capture->Reaim() != Aim::Gone;
+    }
+    if (attached) return capture;
+    capture->Release();
+    return nullptr;
 }
 
-X11DisplayStream::X11DisplayStream(std::unique_ptr<X11Connection> connection, DisplayStreamConfig config,
-                                   double refreshRate, int damageEventBase, int randrEventBase)
-    : fConnection(std::move(connection)), fConfig(std::move(config)), fPeriodMicros(PeriodFor(refreshRate)),
-      fDamageEventBase(damageEventBase), fRandrEventBase(randrEventBase),
-      fGrabber(*fConnection, fConfig.outputWidth, fConfig.outputHeight, fConfig.pixelFormat,
-               fConfig.sourceRect),
-      fChannel(FrameChannel::Create(*fConfig.queue, fConfig.handler)) {
+X11DisplayCapture::X11DisplayCapture(std::unique_ptr<X11Connection> connection, DisplayStreamConfig config,
+                                     double refreshRate, int damageEventBase, int randrEventBase)
+    : fConnection(std::move(connection)), fConfig(std::move(config)), fQueue(*fConfig.queue),
+      fPeriodMicros(PeriodFor(refreshRate)), fDamageEventBase(damageEventBase), fRandrEventBase(randrEventBase),
+      fGrabber(*fConnection, fConfig.outputWidth, fConfig.outputHeight, fConfig.pixelFormat, fConfig.sourceRect) {
     Display* display = fConnection->display();
     X11ErrorTrap trap(display);
     // Every change reported as it happens: a bounding box that grows until
@@ -61,127 +64,169 @@ X11DisplayStream::X11DisplayStream(std::unique_ptr<X11Connection> connection, Di
                        RRScreenChangeNotifyMask | RRCrtcChangeNotifyMask | RROutputChangeNotifyMask);
 }
 
-X11DisplayStream::~X11DisplayStream() {
-    EndRun();
-    fChannel->Close();
-    fChannel->Release();
+X11DisplayCapture::~X11DisplayCapture() {
     X11ErrorTrap trap(fConnection->display());
     if (fDamage != None && fConnection->usable()) XDamageDestroy(fConnection->display(), fDamage);
 }
 
-bool X11DisplayStream::Start() {
-    if (fThread.joinable() && !fEnded) return true;
-    EndRun();
-    if (!fConnection->usable()) return false;
+std::unique_lock<std::mutex> X11DisplayCapture::TakeTurn() {
+    // On the queue's thread nothing else of this capture can be running:
+    // the caller is the handler, inside a call that holds the turn.
+    if (fQueue.IsCurrent()) return {};
+    return std::unique_lock(fTurn);
+}
+
+bool X11DisplayCapture::Start() {
+    const std::unique_lock turn = TakeTurn();
+    if (fRunning) return true;
+    if (fClosed || !fConnection->usable()) return false;
     {
         X11ErrorTrap trap(fConnection->display());
         ReadEvents(kNoRead); // what happened while stopped is of no interest now
         if (Reaim() == Aim::Gone || !fConnection->usable()) return false;
     }
-    fStopping = false;
-    fEnded = false;
     fArrangementChanged = fDelivered = fIdleSent = false;
     fDirty.Clear();
     fDirtyAfterRead.Clear();
     fLastRead = 0;
-    fLastArranged = zTime::MicroNow();
     fLastFrame.reset();
-    fThread = std::thread([this] { Run(); });
+    ++fRun;
+    fRunning = true;
+    fLastArranged = fNextTick = zTime::MicroNow();
+    QueueTick(fNextTick);
     return true;
 }
 
-bool X11DisplayStream::Stop() {
-    if (!fThread.joinable()) return false;
-    const bool wasRunning = !fEnded;
+bool X11DisplayCapture::Stop() {
+    const std::unique_lock turn = TakeTurn();
+    if (!fRunning) return false; // never started, stopped, or ended by the monitor's going away
     EndRun();
-    if (!wasRunning) return false; // the monitor's going away ended the run already
-    fChannel->Post(FrameStatus::Stopped, uint64_t(zTime::MicroNow()), {});
+    Retain();
+    fQueue.Async([this, time = uint64_t(zTime::MicroNow())] { OnStopped(time); });
     return true;
 }
 
-void X11DisplayStream::EndRun() {
-    if (!fThread.joinable()) return;
+void X11DisplayCapture::Close() {
+    const std::unique_lock turn = TakeTurn();
+    fClosed = true;
+    if (fRunning) EndRun();
+}
+
+void X11DisplayCapture::EndRun() {
+    fRunning = false;
+    // A tick already due runs, finds its run over, and lets go of its reference.
+    if (fPendingTick != 0 && fQueue.Cancel(fPendingTick)) Release();
+    fPendingTick = 0;
+}
+
+void X11DisplayCapture::ScheduleTick() {
+    fNextTick += fPeriodMicros;
+    const int64_t now = zTime::MicroNow();
+    if (now > fNextTick) fNextTick = now + fPeriodMicros;
+    QueueTick(now);
+}
+
+void X11DisplayCapture::QueueTick(int64_t now) {
+    Retain();
+    // Small enough for the queue's work to hold in place: no allocation.
+    fPendingTick = fQueue.After(fNextTick - now, [this, run = fRun] { OnTick(run); });
+}
+
+void X11DisplayCapture::OnTick(uint64_t run) {
     {
-        std::lock_guard lock(fMutex);
-        fStopping = true;
+        const std::lock_guard turn(fTurn);
+        if (Live(run)) {
+            fPendingTick = 0;
+            Tick(zTime::MicroNow());
+            // The handler may have stopped, restarted or closed the stream.
+            if (Live(run)) ScheduleTick();
+        }
     }
-    fWake.notify_all();
-    fThread.join();
+    Release();
 }
 
-void X11DisplayStream::Run() {
-    zThread::NameCurrent("display stream");
-    // Paced on the zTime clock like every wait, so a test's clock moves it.
-    int64_t next = zTime::MicroNow();
-    std::unique_lock lock(fMutex);
-    for (;;) {
-        if (zTime::WaitUntil(fWake, lock, next, [this] { return fStopping; })) return;
-        lock.unlock();
-        Tick(zTime::MicroNow());
-        lock.lock();
-        if (fEnded) return;
-        next += fPeriodMicros;
-        // After a long stall, go on from now rather than catching up.
-        if (const int64_t now = zTime::MicroNow(); now > next) next = now + fPeriodMicros;
+void X11DisplayCapture::OnStopped(uint64_t displayTime) {
+    {
+        const std::lock_guard turn(fTurn);
+        if (!fClosed) fConfig.handler(FrameStatus::Stopped, displayTime, nullptr, kNothing);
+    }
+    Release();
+}
+
+// Every handler call is the last thing its path does: the handler may stop,
+// restart or close the stream, after which this run's state is not ours.
+// None is made under the error trap, which is the capture's own business.
+void X11DisplayCapture::Tick(int64_t now) {
+    Surface* frame = nullptr;
+    switch (Look(now, frame)) {
+    case Step::Wait: return;
+    case Step::Idle:
+        if (!fIdleSent) SendIdle(now);
+        return;
+    case Step::Frame: return Deliver(*frame, now);
+    case Step::End: return End(now);
     }
 }
 
-void X11DisplayStream::Tick(int64_t now) {
+X11DisplayCapture::Step X11DisplayCapture::Look(int64_t now, Surface*& frame) {
     // The server went away, or came back anew: this connection is done.
-    if (!fConnection->usable()) return End(now);
+    if (!fConnection->usable()) return Step::End;
     X11ErrorTrap trap(fConnection->display());
     ReadEvents(kNoRead);
-    if (!fConnection->usable()) return End(now);
+    if (!fConnection->usable()) return Step::End;
     if (fArrangementChanged || now - fLastArranged >= X11Monitors::kUnreportedChangeMicros) {
         fArrangementChanged = false;
         fLastArranged = now;
         switch (Reaim()) {
-        case Aim::Gone: return End(now); // unplugged: the run ends as it ends on macOS
+        case Aim::Gone: return Step::End; // unplugged: the run ends as it ends on macOS
         case Aim::Moved: fDirty = WholeFrame(); break;
         case Aim::Same: break;
         }
     }
     const bool unreported = fDamage == None || now - fLastRead >= kFullRefreshMicros;
-    if (fDelivered && fDirty.empty() && !unreported) {
-        if (!fIdleSent) fIdleSent = fChannel->Post(FrameStatus::Idle, uint64_t(now), {});
-        return;
-    }
+    if (fDelivered && fDirty.empty() && !unreported) return Step::Idle;
     Surface* surface = fGrabber.FreeSurface();
-    if (!surface || !fGrabber.Grab(*surface)) return; // tried again at the next refresh
-    if (!fConnection->usable()) return End(now); // what was read is not the screen
+    if (!surface || !fGrabber.Grab(*surface)) return Step::Wait; // tried again at the next refresh
+    if (!fConnection->usable()) return Step::End; // what was read is not the screen
     fLastRead = now;
     // The changes the server made before the read are in this frame; those
     // after it are left for the next.
     ReadEvents(fGrabber.readSerial());
-    if (!Deliver(*surface, now)) fDirty.Add(fDirtyAfterRead);
-    else fDirty = fDirtyAfterRead;
-    fDirtyAfterRead.Clear();
+    frame = surface;
+    return Step::Frame;
 }
 
-bool X11DisplayStream::Deliver(Surface& surface, int64_t now) {
+void X11DisplayCapture::Deliver(Surface& surface, int64_t now) {
     if (!fDelivered || fDamage == None) {
         fDirty = WholeFrame();
+    } else if (fDirty.empty() && SameAsLastFrame(surface)) {
+        // Read without a report, and nothing differs.
+        fDirty = fDirtyAfterRead;
+        fDirtyAfterRead.Clear();
+        if (!fIdleSent) SendIdle(now);
+        return;
     } else if (fDirty.empty()) {
-        // Read without a report: delivered only if it differs, somewhere.
-        if (SameAsLastFrame(surface)) {
-            if (!fIdleSent) fIdleSent = fChannel->Post(FrameStatus::Idle, uint64_t(now), {});
-            return true;
-        }
         fDirty = WholeFrame();
     }
-    SurfaceRef frame = SurfaceRef::Retain(&surface);
-    if (!fChannel->Post(FrameStatus::Complete, uint64_t(now), frame, fDirty)) return false;
-    fLastFrame = std::move(frame);
+    fHanded = fDirty;
+    fDirty = fDirtyAfterRead;
+    fDirtyAfterRead.Clear();
+    fLastFrame = SurfaceRef::Retain(&surface);
     fDelivered = true;
     fIdleSent = false;
-    return true;
+    fConfig.handler(FrameStatus::Complete, uint64_t(now), &surface, fHanded);
 }
 
-DirtyRects X11DisplayStream::WholeFrame() const {
+void X11DisplayCapture::SendIdle(int64_t now) {
+    fIdleSent = true;
+    fConfig.handler(FrameStatus::Idle, uint64_t(now), nullptr, kNothing);
+}
+
+DirtyRects X11DisplayCapture::WholeFrame() const {
     return DirtyRects::Whole(fConfig.outputWidth, fConfig.outputHeight);
 }
 
-void X11DisplayStream::AddDamage(const XRectangle& area, unsigned long serial, unsigned long readSerial) {
+void X11DisplayCapture::AddDamage(const XRectangle& area, unsigned long serial, unsigned long readSerial) {
     const Rect read{double(fGrabber.readLeft()), double(fGrabber.readTop()), double(fGrabber.readWidth()),
                     double(fGrabber.readHeight())};
     const Rect changed = read.Intersection({double(area.x), double(area.y), double(area.width), double(area.height)});
@@ -191,12 +236,12 @@ void X11DisplayStream::AddDamage(const XRectangle& area, unsigned long serial, u
     else dirty = WholeFrame();
 }
 
-void X11DisplayStream::End(int64_t now) {
-    fEnded = true;
-    fChannel->Post(FrameStatus::Stopped, uint64_t(now), {});
+void X11DisplayCapture::End(int64_t now) {
+    EndRun();
+    fConfig.handler(FrameStatus::Stopped, uint64_t(now), nullptr, kNothing);
 }
 
-void X11DisplayStream::ReadEvents(unsigned long readSerial) {
+void X11DisplayCapture::ReadEvents(unsigned long readSerial) {
     Display* display = fConnection->display();
     bool damaged = false;
     // The socket is read once; asking it again after each event would cost
@@ -221,7 +266,7 @@ void X11DisplayStream::ReadEvents(unsigned long readSerial) {
     if (damaged) XDamageSubtract(display, fDamage, None, None);
 }
 
-X11DisplayStream::Aim X11DisplayStream::Reaim() {
+X11DisplayCapture::Aim X11DisplayCapture::Reaim() {
     Display* display = fConnection->display();
     X11Monitors::Read(display, fConnection->root(), fMonitors);
     for (const X11Monitor& monitor : fMonitors) {
@@ -233,7 +278,7 @@ X11DisplayStream::Aim X11DisplayStream::Reaim() {
     return Aim::Gone;
 }
 
-bool X11DisplayStream::SameAsLastFrame(const Surface& frame) const {
+bool X11DisplayCapture::SameAsLastFrame(const Surface& frame) const {
     if (!fLastFrame) return false;
     SurfacePairLock locks(*fLastFrame, frame);
     return std::memcmp(fLastFrame->baseAddress(), frame.baseAddress(), frame.allocSize()) == 0;
