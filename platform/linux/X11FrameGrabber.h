@@ -28,8 +28,8 @@ namespace qcp::platform::x11 {
 // MIT-SHM, or when the server refuses a shared read, frames are read with
 // plain XGetImage.
 //
-// Belongs to the stream's capture thread (and to the host's thread while the
-// capture thread is not running); uses the stream's connection.
+// Belongs to whoever holds the capture's turn (see X11DisplayCapture); uses
+// the stream's connection.
 class X11FrameGrabber {
 public:
     // Whether the screen's pixels are 32-bit B, G, R, x words this grabber

@@ -18,8 +18,8 @@ namespace qcp::platform::x11 {
 
 // The real desktop on an X server. Screens, the window server and the cursor
 // each keep a connection of their own (they are called from any thread and
-// should not wait for each other); every display stream opens one for its
-// capture thread. Surfaces are shared memory that MIT-SHM can write into;
+// should not wait for each other); every display stream opens one, which
+// it reads on its queue. Surfaces are shared memory that MIT-SHM can write into;
 // compositing is done on the CPU.
 //
 // The platform exists whether or not the server can be reached. Without it

@@ -70,8 +70,8 @@ std::string DisplaySettings(bool cursor) {
            (cursor ? "true" : "false") + "\"/></settings>";
 }
 
-// The stream's thread and queue, and the render loop's queue (named by the source).
-const std::vector<std::string> kDisplayThreads = {"display stream", "com.qcp.capture", kSource};
+// The stream's queue, which reads the screen, and the render loop's queue (named by the source).
+const std::vector<std::string> kDisplayThreads = {"com.qcp.capture", kSource};
 
 // The painted window, by its title and its application (a window without a
 // process id is its class's).
