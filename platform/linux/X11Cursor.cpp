@@ -31,6 +31,7 @@ Point X11Cursor::mouseLocation() const {
     Display* display = link->connection->display();
     const std::optional<X11Pointer> pointer =
         X11Monitors::ReadWithPointer(display, link->connection->root(), link->monitors);
+    X11ErrorTrap trap(display); // set after XCB's questions, which it would otherwise sync for
     link->ReadEvents(); // what the answers brought along, so that nothing piles up
     if (!pointer || !link->connection->usable()) return {};
     return X11Monitors::GlobalPoint(*pointer, X11Monitors::Main(display, link->monitors));

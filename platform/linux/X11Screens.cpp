@@ -42,12 +42,14 @@ void X11Screens::Fill(std::vector<ScreenInfo>& screens, Point* mouse) const {
     const int64_t now = zTime::MicroNow();
     const bool keep = mouse && link->monitorsRead && now - *link->monitorsRead < X11Monitors::kUnreportedChangeMicros;
     std::optional<X11Pointer> pointer;
-    if (!mouse) ReadMonitors(display, root);
-    else if (keep) pointer = X11Monitors::ReadPointer(display, root);
-    else pointer = X11Monitors::ReadWithPointer(display, root, fMonitors);
+    if (keep) pointer = X11Monitors::ReadPointer(display, root);
+    else if (mouse) pointer = X11Monitors::ReadWithPointer(display, root, fMonitors);
+    // Set after XCB's questions, which it would otherwise sync for.
+    X11ErrorTrap trap(display);
+    if (!mouse) X11Monitors::Read(display, root, fMonitors);
     // A change reported before the answer came before it: kept monitors are stale.
     const bool changed = DropDetailsOnChange(*link);
-    if (changed && keep) ReadMonitors(display, root);
+    if (changed && keep) X11Monitors::Read(display, root, fMonitors);
     if (changed || !keep) link->monitorsRead = now;
     if (pointer) *mouse = X11Monitors::GlobalPoint(*pointer, X11Monitors::Main(display, fMonitors));
     if (!link->connection->usable()) { // lost while reading
@@ -71,11 +73,6 @@ std::optional<ScreenInfo> X11Screens::screen(uint32_t displayID) const {
     for (ScreenInfo& screen : list())
         if (screen.displayID == displayID) return std::move(screen);
     return std::nullopt;
-}
-
-void X11Screens::ReadMonitors(Display* display, Window root) const {
-    X11ErrorTrap trap(display);
-    X11Monitors::Read(display, root, fMonitors);
 }
 
 bool X11Screens::DropDetailsOnChange(Link& link) {
@@ -106,7 +103,6 @@ const X11Screens::OutputDetails& X11Screens::Details(Link& link, const X11Monito
 
 X11Screens::OutputDetails X11Screens::ReadDetails(const Link& link, const X11Monitor& monitor) {
     Display* display = link.connection->display();
-    X11ErrorTrap trap(display);
     OutputDetails details;
     if (monitor.output == None) {
         if (monitor.name != None) {

@@ -59,7 +59,6 @@ private:
 
     // Fills `screens`, and `mouse` when asked for; the caller holds fMutex.
     void Fill(std::vector<ScreenInfo>& screens, Point* mouse) const;
-    void ReadMonitors(Display* display, Window root) const;
     // Whether the server reported a RandR change (the details are dropped then).
     static bool DropDetailsOnChange(Link& link);
     static const OutputDetails& Details(Link& link, const X11Monitor& monitor);
