@@ -1,7 +1,5 @@
 #include "SimWorld.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -11,7 +9,7 @@
 namespace qcp::platform::sim {
 
 SimWorld::SimWorld()
-    : fOwnPID(int32_t(getpid())), fCursor(SimPainter::ArrowCursor()),
+    : fCursor(SimPainter::ArrowCursor()),
       fResourceFolder((std::filesystem::temp_directory_path() / "qcp-sim-resources").string()) {}
 
 SimWorld::~SimWorld() {

@@ -110,7 +110,11 @@ public:
     bool FillScene(uint32_t displayID, DisplayScene& scene) const;
 
     // ---- Processes and windows. Numbers are never reused.
-    int32_t OwnPID() const { return fOwnPID; }
+    // The plug-in's own process in this world. Not the real one: a number no
+    // process can have (ids stay below 2^22), so that the processes a
+    // test or the default desktop invents never turn out to be the host's.
+    static constexpr int32_t kOwnPID = 1 << 22;
+    int32_t OwnPID() const { return kOwnPID; }
     // A process with its application name (none: the system cannot name it).
     void AddProcess(int32_t pid, std::optional<std::string> name);
     // Opens a window at the front of the current Space and returns its number.
@@ -201,7 +205,6 @@ private:
 
     SimClock fClock;
     mutable SimCounterSet fCounters;
-    const int32_t fOwnPID;
     mutable std::mutex fMutex;
     std::vector<ScreenInfo> fScreens;
     std::map<uint32_t, uint32_t> fDisplayCounters; // kept after unplugging: counters never go back
