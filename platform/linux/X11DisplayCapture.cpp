@@ -197,20 +197,16 @@ X11DisplayCapture::Step X11DisplayCapture::Look(int64_t now, Surface*& frame) {
 }
 
 void X11DisplayCapture::Deliver(Surface& surface, int64_t now) {
-    if (!fDelivered || fDamage == None) {
-        fDirty = WholeFrame();
-    } else if (fDirty.empty() && SameAsLastFrame(surface)) {
-        // Read without a report, and nothing differs.
-        fDirty = fDirtyAfterRead;
-        fDirtyAfterRead.Clear();
-        if (!fIdleSent) SendIdle(now);
-        return;
-    } else if (fDirty.empty()) {
-        fDirty = WholeFrame();
-    }
-    fHanded = fDirty;
+    if (!fDelivered || fDamage == None) fHanded = WholeFrame();
+    else if (!fDirty.empty()) fHanded = fDirty;
+    else if (SameAsLastFrame(surface)) fHanded.Clear(); // read without a report, and nothing differs
+    else fHanded = WholeFrame();
     fDirty = fDirtyAfterRead;
     fDirtyAfterRead.Clear();
+    if (fHanded.empty()) {
+        if (!fIdleSent) SendIdle(now);
+        return;
+    }
     fLastFrame = SurfaceRef::Retain(&surface);
     fDelivered = true;
     fIdleSent = false;

@@ -44,11 +44,15 @@ std::optional<X11Pointer> PointerAnswer(xcb_connection_t* connection, xcb_query_
     return pointer;
 }
 
-// Without RandR monitors: the root window as the one monitor, if it can be read.
+// Without RandR monitors: the root window as the one monitor.
+X11Monitor RootMonitor(Window root, int width, int height) {
+    return {uint32_t(root), None, None, 0, 0, width, height, true};
+}
+
 std::optional<X11Monitor> WholeRoot(Display* display, Window root) {
     XWindowAttributes attributes{};
     if (!XGetWindowAttributes(display, root, &attributes)) return std::nullopt;
-    return X11Monitor{uint32_t(root), None, None, 0, 0, attributes.width, attributes.height, true};
+    return RootMonitor(root, attributes.width, attributes.height);
 }
 } // namespace
 
@@ -96,7 +100,7 @@ std::optional<X11Pointer> ReadWithPointer(Display* display, Window root, std::ve
         }
         PrimaryFirst(monitors);
     } else if (xcb_get_geometry_reply_t* reply = xcb_get_geometry_reply(connection, rootAsked, nullptr)) {
-        monitors.push_back({uint32_t(root), None, None, 0, 0, reply->width, reply->height, true});
+        monitors.push_back(RootMonitor(root, reply->width, reply->height));
         std::free(reply);
     }
     return PointerAnswer(connection, pointerAsked);
